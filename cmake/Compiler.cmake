@@ -1,0 +1,16 @@
+add_library(wicket_options INTERFACE)
+target_compile_options(wicket_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+  -Wold-style-cast -Wcast-align -Woverloaded-virtual -Wnull-dereference -Wformat=2 -Wimplicit-fallthrough
+  -fstack-protector-strong -fno-strict-aliasing)
+target_link_options(wicket_options INTERFACE -Wl,-z,relro,-z,now)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+set(WICKET_SANITIZERS "" CACHE STRING "Value for -fsanitize=, e.g. address,undefined or thread")
+if(WICKET_SANITIZERS)
+  target_compile_options(wicket_options INTERFACE
+    -fsanitize=${WICKET_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(wicket_options INTERFACE -fsanitize=${WICKET_SANITIZERS})
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(wicket_options INTERFACE -D_FORTIFY_SOURCE=2)
+endif()

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "protocol/AppProtocol.h"
+#include "protocol/HelperProtocol.h"
+#include "protocol/Selector.h"
+
+namespace wicket {
+
+/// One client connection. It arrives suspended: no call is delivered before resume(). Calls of the
+/// exported object and the invalidation handler run one after the other on the connection's own
+/// serial queue, so a call that blocks holds up neither other connections nor the main queue.
+/// The operations below may be called from any thread. Identity, not equality, tells two
+/// connections apart.
+class Connection {
+ public:
+  Connection() = default;
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+  virtual ~Connection() = default;
+
+  /// The protocol that the client exports. Set before resume().
+  virtual void setRemoteObjectInterface(const Interface& interface) = 0;
+  /// The protocol that this side exports, and the object behind it, which must outlive the
+  /// connection. Set before resume().
+  virtual void setExportedInterface(const Interface& interface) = 0;
+  virtual void setExportedObject(HelperProtocol& object) = 0;
+  /// Runs at most once, on the serial queue, after a local invalidate() or the client's end alike,
+  /// never before a call that is still running has returned; it is dropped afterwards.
+  virtual void setInvalidationHandler(std::function<void()> handler) = 0;
+  virtual void resume() = 0;
+
+  /// Cuts the connection without waiting: no message passes from then on, in either direction.
+  /// Replies and log lines that come later are dropped. A second call has no effect.
+  virtual void invalidate() = 0;
+
+  /// The client's object, or null when it is not of AppProtocol. What is sent through it after the
+  /// invalidation is dropped silently.
+  [[nodiscard]] virtual std::shared_ptr<AppProtocol> remoteObjectProxy() = 0;
+  /// Blocks while more is queued for this client than it should hold in memory (about 1 MiB), until
+  /// the queue has drained or the connection is invalidated. Whoever produces output without end
+  /// calls it before each piece, never on a thread that other clients wait for.
+  virtual void waitForCapacity() = 0;
+};
+
+}  // namespace wicket

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <memory>
+
+#include "platform/Connection.h"
+
+namespace wicket {
+
+/// Decides about new clients. Called on the listener's own serial queue.
+class ListenerDelegate {
+ public:
+  ListenerDelegate() = default;
+  ListenerDelegate(const ListenerDelegate&) = delete;
+  ListenerDelegate& operator=(const ListenerDelegate&) = delete;
+  virtual ~ListenerDelegate() = default;
+
+  /// True accepts @p connection, which this call must have configured and resumed. False refuses
+  /// it: the platform closes it, and no invalidation handler runs.
+  [[nodiscard]] virtual bool shouldAcceptNewConnection(const std::shared_ptr<Connection>& connection) = 0;
+};
+
+/// The endpoint that clients connect to. Nothing is accepted before resume().
+class Listener {
+ public:
+  Listener() = default;
+  Listener(const Listener&) = delete;
+  Listener& operator=(const Listener&) = delete;
+  virtual ~Listener() = default;
+
+  /// @p delegate must outlive the listener.
+  virtual void setDelegate(ListenerDelegate& delegate) = 0;
+  virtual void resume() = 0;
+};
+
+}  // namespace wicket
