@@ -61,8 +61,8 @@ inline constexpr Selector uninstallScriptWithFilename{"uninstallScriptWithFilena
                                                       detail::code};
 
 namespace detail {
-inline constexpr std::array all{getVersion, runCommand, installScript, uninstall, uninstallScriptAt,
-                                uninstallScriptWithFilename};
+inline constexpr std::array all{getVersion, runCommand,        installScript,
+                                uninstall,  uninstallScriptAt, uninstallScriptWithFilename};
 }  // namespace detail
 
 inline constexpr Interface interface{"HelperProtocol", detail::all};
