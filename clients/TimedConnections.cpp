@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+
+#include "clients/TimedConnections.h"
+
+#include <algorithm>
+
+namespace wicket {
+namespace {
+
+/// Seconds given to every entry, whatever the registry's own interval says.
+constexpr double entryInterval = 45.0;
+
+}  // namespace
+
+TimedConnections::TimedConnections(MainQueue& mainQueue, double interval)
+    : mainQueue_(mainQueue), interval_(interval) {}
+
+std::shared_ptr<TimedConnection> TimedConnections::first() const {
+  const std::lock_guard lock(mutex_);
+  return connections_.empty() ? nullptr : connections_.front();
+}
+
+std::shared_ptr<TimedConnection> TimedConnections::last() const {
+  const std::lock_guard lock(mutex_);
+  return connections_.empty() ? nullptr : connections_.back();
+}
+
+bool TimedConnections::isEmpty() const {
+  const std::lock_guard lock(mutex_);
+  return connections_.empty();
+}
+
+std::shared_ptr<Connection> TimedConnections::newestConnection() const {
+  const auto newest = last();
+  return newest == nullptr ? nullptr : newest->connection();
+}
+
+void TimedConnections::add(const std::shared_ptr<Connection>& connection) {
+  const std::lock_guard lock(mutex_);
+  const auto known = std::ranges::find(connections_, connection, &TimedConnection::connection);
+  if (known != connections_.end()) {
+    (*known)->resetInvalidation();
+    return;
+  }
+  auto entry = std::make_shared<TimedConnection>(mainQueue_, connection, entryInterval);
+  entry->install();
+  connections_.push_back(std::move(entry));
+}
+
+void TimedConnections::remove() {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(connections_, [](const auto& entry) { return !entry->isArmed(); });
+}
+
+}  // namespace wicket

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "clients/TimedConnection.h"
+#include "platform/Connection.h"
+#include "platform/MainQueue.h"
+
+namespace wicket {
+
+/// The registry of accepted connections, in order of acceptance. Any thread. An entry stays until
+/// remove() runs after its timer has fired, so a client that leaves early keeps its place until then.
+class TimedConnections {
+ public:
+  TimedConnections(MainQueue& mainQueue, double interval);
+
+  /// The oldest and the newest entry; null when there is none.
+  [[nodiscard]] std::shared_ptr<TimedConnection> first() const;
+  [[nodiscard]] std::shared_ptr<TimedConnection> last() const;
+  [[nodiscard]] bool isEmpty() const;
+  /// Seconds, as given; every entry gets 45 seconds of its own.
+  [[nodiscard]] double interval() const { return interval_; }
+  /// The newest entry's connection, to which text meant for the user goes; null when there is none.
+  [[nodiscard]] std::shared_ptr<Connection> newestConnection() const;
+
+  /// Registers a connection and starts its countdown. One that is registered already (the same
+  /// object) starts a fresh countdown if its timer is still running; otherwise nothing happens.
+  void add(const std::shared_ptr<Connection>& connection);
+  /// Prunes the entries whose timer has fired; the others keep their order.
+  void remove();
+
+ private:
+  MainQueue& mainQueue_;
+  const double interval_;
+  mutable std::mutex mutex_;
+  std::vector<std::shared_ptr<TimedConnection>> connections_;
+};
+
+}  // namespace wicket

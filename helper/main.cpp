@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+
+#include <memory>
+
+#include "helper/PrivilegedHelper.h"
+#include "platform/Platform.h"
+
+namespace {
+
+/// Keeps the one service object for the life of the process. Never destroyed: when main returns,
+/// threads of the platform may still be in one of its calls.
+std::shared_ptr<wicket::PrivilegedHelper>& helper() {
+  static auto& object = *new std::shared_ptr<wicket::PrivilegedHelper>;
+  return object;
+}
+
+}  // namespace
+
+int main() {
+  helper() = std::make_shared<wicket::PrivilegedHelper>(wicket::Platform::current());
+  helper()->run();
+  return 0;
+}

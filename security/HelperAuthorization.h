@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <expected>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/AuthorizationServices.h"
+#include "protocol/HelperProtocol.h"
+#include "security/HelperAuthorizationError.h"
+#include "security/HelperAuthorizationRight.h"
+
+namespace wicket {
+
+/// The rights that the helper knows, and the proof that a client's user holds one. Any thread.
+class HelperAuthorization {
+ public:
+  HelperAuthorization() = delete;
+
+  /// Built once, on first use.
+  [[nodiscard]] static const std::vector<HelperAuthorizationRight>& authorizationRights();
+  /// A copy of the first right that guards @p command, if one does.
+  [[nodiscard]] static std::optional<HelperAuthorizationRight> authorizationRight(const Selector& command);
+  /// Rebuilds the client's authorization. @p data must have exactly the external form's length. The
+  /// reference, which may be null, and the buffer it was made from are kept for the life of the
+  /// process: it is short, and an authorization must not end while anybody may still rely on it.
+  [[nodiscard]] static std::expected<std::shared_ptr<AuthorizationReference>, HelperAuthorizationError>
+  authorizationRef(AuthorizationServices& services, std::span<const std::byte> data);
+  /// Succeeds only if the user holds, or now obtains, the right that guards @p command. Blocks while
+  /// the system asks the user.
+  [[nodiscard]] static std::expected<void, HelperAuthorizationError> verifyAuthorization(
+      AuthorizationServices& services, const HelperProtocol::AuthorizationData& authData, const Selector& command);
+};
+
+}  // namespace wicket
