@@ -7,3 +7,22 @@ set(WICKET_MAKER_NOTICE "Copyright 2026 the Wicket helper authors" CACHE STRING
     "The maker's notice inside CFBundleGetInfoString")
 set(WICKET_HELPER_EXECUTABLE "/usr/libexec/net.orvane.Wicket.TlvPrivilegedHelper" CACHE STRING
     "Where the installed helper lies on Linux; self-removal deletes this file")
+
+# The path becomes a word of a shell command that root runs and a value in a unit file, unquoted in both, so
+# it may hold nothing that either of them reads as more than itself.
+if(NOT WICKET_HELPER_EXECUTABLE MATCHES "^(/[A-Za-z0-9_][A-Za-z0-9._-]*)+$")
+  message(FATAL_ERROR "WICKET_HELPER_EXECUTABLE must be an absolute path whose components are made of letters, "
+                      "digits, '.', '_' and '-' and begin with none of '.' and '-': ${WICKET_HELPER_EXECUTABLE}")
+endif()
+# It stands unquoted in a code requirement.
+if(NOT WICKET_TEAM_IDENTIFIER MATCHES "^[A-Z0-9]+$")
+  message(FATAL_ERROR "WICKET_TEAM_IDENTIFIER must be made of capital letters and digits: ${WICKET_TEAM_IDENTIFIER}")
+endif()
+
+# wicket_xml_text(VARIABLE TEXT): TEXT as it stands between the tags of an XML document.
+function(wicket_xml_text VARIABLE TEXT)
+  string(REPLACE "&" "&amp;" TEXT "${TEXT}")
+  string(REPLACE "<" "&lt;" TEXT "${TEXT}")
+  string(REPLACE ">" "&gt;" TEXT "${TEXT}")
+  set(${VARIABLE} "${TEXT}" PARENT_SCOPE)
+endfunction()
