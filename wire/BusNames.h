@@ -17,8 +17,9 @@ inline constexpr char socketPath[] = "/run/net.orvane.Wicket.TlvPrivilegedHelper
 inline constexpr char objectPath[] = "/net/orvane/Wicket";
 inline constexpr char helperInterface[] = "net.orvane.Wicket.HelperProtocol";
 inline constexpr char appInterface[] = "net.orvane.Wicket.AppProtocol";
-/// What a client may send in one message, and what either side may queue before it stops producing.
-inline constexpr std::size_t messageSizeLimit = std::size_t{1} << 20U;
+/// What a client may send in one message, header and all: room for a 1 MiB argument and to spare. The
+/// helper closes a connection on which a longer one begins.
+inline constexpr std::size_t messageSizeLimit = std::size_t{2} << 20U;
 
 /// The D-Bus member for a selector: every ":" becomes "_", which no selector contains.
 [[nodiscard]] std::string memberName(const Selector& selector);
