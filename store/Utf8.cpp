@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "store/Utf8.h"
+
+namespace wicket {
+namespace {
+
+constexpr Utf8::Scalar invalid{U'\uFFFD', 1, false};
+
+/// What the lead byte of a character says: its length, its own bits, and the smallest value that
+/// needs this length.
+struct Lead {
+  std::size_t length;
+  char32_t bits;
+  char32_t smallest;
+};
+
+constexpr Lead leadOf(unsigned char byte) {
+  if (byte < 0x80U) return {1, byte, 0};
+  if (byte >= 0xC2U && byte <= 0xDFU) return {2, byte & 0x1FU, 0x80};
+  if (byte >= 0xE0U && byte <= 0xEFU) return {3, byte & 0x0FU, 0x800};
+  if (byte >= 0xF0U && byte <= 0xF4U) return {4, byte & 0x07U, 0x10000};
+  return {0, 0, 0};
+}
+
+constexpr bool isSurrogate(char32_t value) { return value >= 0xD800 && value <= 0xDFFF; }
+
+}  // namespace
+
+Utf8::Scalar Utf8::first(std::string_view text) {
+  const Lead lead = leadOf(static_cast<unsigned char>(text.front()));
+  if (lead.length == 0 || lead.length > text.size()) return invalid;
+  char32_t value = lead.bits;
+  for (std::size_t i = 1; i < lead.length; ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if ((byte & 0xC0U) != 0x80U) return invalid;
+    value = (value << 6U) | (byte & 0x3FU);
+  }
+  if (value < lead.smallest || value > 0x10FFFF || isSurrogate(value)) return invalid;
+  return {value, lead.length, true};
+}
+
+bool Utf8::isValid(std::string_view text) {
+  while (!text.empty()) {
+    const Scalar scalar = first(text);
+    if (!scalar.isValid) return false;
+    text.remove_prefix(scalar.length);
+  }
+  return true;
+}
+
+}  // namespace wicket

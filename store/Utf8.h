@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace wicket {
+
+/// Strict UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF. U+0000, noncharacters and
+/// byte-order marks are characters like any other.
+struct Utf8 {
+  struct Scalar {
+    char32_t value;
+    std::size_t length;  ///< in bytes
+    bool isValid;
+  };
+
+  /// The character that @p text, which must not be empty, begins with. A byte that begins none is
+  /// an invalid U+FFFD of one byte, so that going through any bytes comes to their end.
+  [[nodiscard]] static Scalar first(std::string_view text);
+  [[nodiscard]] static bool isValid(std::string_view text);
+};
+
+}  // namespace wicket
