@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "adapters/posix/PosixChildProcessLauncher.h"
+
+#include <cerrno>
+#include <new>
+#include <pthread.h>
+#include <signal.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+#include "adapters/posix/ChildDelivery.h"
+#include "adapters/posix/ChildPipes.h"
+#include "adapters/posix/ChildSpawn.h"
+#include "adapters/posix/RunningChild.h"
+
+namespace wicket {
+namespace {
+
+using posix::ChildDelivery;
+using posix::ChildPipes;
+using posix::Descriptor;
+using posix::RunningChild;
+
+/// Blocks every signal for the current thread, and for the threads it makes, which keep it so: the
+/// program's signals are for its own threads.
+class AllSignalsBlocked {
+ public:
+  AllSignalsBlocked() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  AllSignalsBlocked(const AllSignalsBlocked&) = delete;
+  AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+  ~AllSignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_{};
+};
+
+void deliver(const std::shared_ptr<RunningChild>& child, std::unique_ptr<ChildDelivery> delivery) {
+  if (child->waitUntilStarted()) delivery->run(*child);
+}
+
+// Holds the writing end of the child's standard input until the child is gone: one that reads it
+// waits instead of seeing its end.
+void waitForEnd(const std::shared_ptr<RunningChild>& child, const Descriptor&, const Descriptor& ended) {
+  const auto pid = child->waitUntilStarted();
+  if (!pid) return;
+  child->reap(*pid);
+  constexpr char notice = 0;
+  while (::write(ended.get(), &notice, sizeof notice) < 0 && errno == EINTR) {
+  }
+}
+
+/// The two threads of one child. They end by themselves at once if no child is started.
+class ChildThreads {
+ public:
+  ChildThreads(const std::shared_ptr<RunningChild>& child, ChildProcessTask& task, ChildPipes& pipes) : child_(child) {
+    const AllSignalsBlocked blocked;
+    delivery_ = std::thread(deliver, child, std::make_unique<ChildDelivery>(task, pipes));
+    try {
+      end_ = std::thread(waitForEnd, child, std::move(pipes.input.writeEnd), std::move(pipes.ended.writeEnd));
+    } catch (...) {
+      giveUp();
+      throw;
+    }
+  }
+  ChildThreads(const ChildThreads&) = delete;
+  ChildThreads& operator=(const ChildThreads&) = delete;
+  ~ChildThreads() { giveUp(); }
+
+  void letGo(pid_t pid) {
+    child_->started(pid);
+    delivery_.detach();
+    end_.detach();
+  }
+
+ private:
+  void giveUp() {
+    if (!delivery_.joinable()) return;
+    child_->notStarted();
+    delivery_.join();
+    if (end_.joinable()) end_.join();
+  }
+
+  std::shared_ptr<RunningChild> child_;
+  std::thread delivery_;
+  std::thread end_;
+};
+
+std::expected<std::shared_ptr<ChildProcess>, LaunchError> start(ChildProcessTask& task) {
+  auto pipes = ChildPipes::make();
+  if (!pipes) return std::unexpected(LaunchError{pipes.error()});
+  auto child = std::make_shared<RunningChild>();
+  ChildThreads threads(child, task, *pipes);
+  const auto pid = posix::spawnChild(task.launchPath, task.arguments, *pipes);
+  if (!pid) return std::unexpected(pid.error());
+  pipes->closeChildEnds();
+  threads.letGo(*pid);
+  return child;
+}
+
+}  // namespace
+
+PosixChildProcessLauncher::PosixChildProcessLauncher() {
+  // A process that ignores SIGCHLD, perhaps because whoever started it did, loses the exit statuses.
+  struct sigaction action{};
+  if (::sigaction(SIGCHLD, nullptr, &action) != 0 || action.sa_handler != SIG_IGN) return;
+  action.sa_handler = SIG_DFL;
+  ::sigaction(SIGCHLD, &action, nullptr);
+}
+
+std::expected<std::shared_ptr<ChildProcess>, LaunchError> PosixChildProcessLauncher::launch(ChildProcessTask task) {
+  try {
+    return start(task);
+  } catch (const std::system_error&) {
+    return std::unexpected(LaunchError{EAGAIN});
+  } catch (const std::bad_alloc&) {
+    return std::unexpected(LaunchError{ENOMEM});
+  }
+}
+
+}  // namespace wicket

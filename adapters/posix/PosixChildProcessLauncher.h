@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <expected>
+#include <memory>
+
+#include "platform/ChildProcess.h"
+
+namespace wicket {
+
+/// Children by posix_spawn. Each one has two detached threads, which end with it and its streams:
+/// one waits for its end, the other runs the handlers.
+class PosixChildProcessLauncher : public ChildProcessLauncher {
+ public:
+  PosixChildProcessLauncher();
+  [[nodiscard]] std::expected<std::shared_ptr<ChildProcess>, LaunchError> launch(ChildProcessTask task) override;
+};
+
+}  // namespace wicket

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "adapters/posix/RegularFile.h"
+
+#include <cerrno>
+#include <fcntl.h>
+
+namespace wicket::posix {
+namespace {
+
+std::expected<void, FileError> requireRegular(const struct stat& status) {
+  if (S_ISDIR(status.st_mode)) return std::unexpected(FileError{EISDIR});
+  if (!S_ISREG(status.st_mode)) return std::unexpected(FileError{EINVAL});
+  return {};
+}
+
+}  // namespace
+
+std::expected<RegularFile, FileError> RegularFile::open(const std::string& path) {
+  if (!isRepresentable(path)) return std::unexpected(FileError{EINVAL});
+  RegularFile file{};
+  // Before the open, because opening a device can have an effect; after it again, because the item
+  // may have been replaced meanwhile.
+  if (::stat(path.c_str(), &file.status) != 0) return lastError();
+  if (const auto regular = requireRegular(file.status); !regular) return std::unexpected(regular.error());
+  file.descriptor = Descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!file.descriptor.isOpen()) return lastError();
+  if (::fstat(file.descriptor.get(), &file.status) != 0) return lastError();
+  if (const auto regular = requireRegular(file.status); !regular) return std::unexpected(regular.error());
+  return file;
+}
+
+bool isRepresentable(const std::string& path) { return !path.contains('\0'); }
+
+std::unexpected<FileError> lastError() { return std::unexpected(FileError{errno}); }
+
+}  // namespace wicket::posix

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <expected>
+#include <string>
+#include <sys/stat.h>
+
+#include "adapters/posix/Descriptor.h"
+#include "platform/FileManager.h"
+
+namespace wicket::posix {
+
+/// A regular file that was opened for reading.
+struct RegularFile {
+  Descriptor descriptor;
+  struct stat status;
+
+  /// Follows links. EISDIR for a directory, EINVAL for anything else that is not a regular file;
+  /// no FIFO is waited for and no device touched.
+  [[nodiscard]] static std::expected<RegularFile, FileError> open(const std::string& path);
+};
+
+/// Whether the system can take @p path as written: an embedded NUL would silently shorten it.
+[[nodiscard]] bool isRepresentable(const std::string& path);
+
+/// The current errno as a result.
+[[nodiscard]] std::unexpected<FileError> lastError();
+
+}  // namespace wicket::posix

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "adapters/posix/SystemCalls.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+namespace wicket::posix {
+namespace {
+
+// For file systems without the exclusive rename: a hard link refuses to replace anything too.
+int linkThenUnlink(int folder, const std::string& from, const std::string& to) {
+  if (::linkat(folder, from.c_str(), folder, to.c_str(), 0) != 0) return errno;
+  return ::unlinkat(folder, from.c_str(), 0) == 0 ? 0 : errno;
+}
+
+bool isUnsupported(int error) { return error == EINVAL || error == ENOSYS || error == ENOTSUP; }
+
+}  // namespace
+
+#ifdef __APPLE__
+
+int makePipe(std::array<int, 2>& ends) {
+  if (::pipe(ends.data()) != 0) return errno;
+  for (const int end : ends) {
+    if (::fcntl(end, F_SETFD, FD_CLOEXEC) == 0) continue;
+    const int error = errno;
+    ::close(ends[0]);
+    ::close(ends[1]);
+    return error;
+  }
+  return 0;
+}
+
+int closeOtherDescriptors(posix_spawn_file_actions_t&, posix_spawnattr_t& attributes) {
+  short flags = 0;
+  if (const int error = ::posix_spawnattr_getflags(&attributes, &flags); error != 0) return error;
+  return ::posix_spawnattr_setflags(&attributes, static_cast<short>(flags | POSIX_SPAWN_CLOEXEC_DEFAULT));
+}
+
+int renameWithoutReplacing(int folder, const std::string& from, const std::string& to) {
+  if (::renameatx_np(folder, from.c_str(), folder, to.c_str(), RENAME_EXCL) == 0) return 0;
+  return isUnsupported(errno) ? linkThenUnlink(folder, from, to) : errno;
+}
+
+#else
+
+int makePipe(std::array<int, 2>& ends) { return ::pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno; }
+
+int closeOtherDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t&) {
+  return ::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+}
+
+int renameWithoutReplacing(int folder, const std::string& from, const std::string& to) {
+  if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  return isUnsupported(errno) ? linkThenUnlink(folder, from, to) : errno;
+}
+
+#endif
+
+}  // namespace wicket::posix

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <array>
+#include <spawn.h>
+#include <string>
+
+namespace wicket::posix {
+
+// The calls that POSIX systems spell differently. Each one returns 0 or an errno.
+
+/// A pipe whose two ends are closed in children.
+[[nodiscard]] int makePipe(std::array<int, 2>& ends);
+
+/// Makes a child that is spawned with these settings start with no descriptors but 0, 1 and 2. To
+/// be called after the actions that place those three.
+[[nodiscard]] int closeOtherDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t& attributes);
+
+/// Renames @p from to @p to inside @p folder, atomically; EEXIST when something stands at @p to.
+[[nodiscard]] int renameWithoutReplacing(int folder, const std::string& from, const std::string& to);
+
+}  // namespace wicket::posix
