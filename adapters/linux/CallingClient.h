@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <optional>
+#include <sys/types.h>
+
+namespace wicket::linux_adapter {
+
+/// The client on whose behalf this thread is working, as the kernel named it when it connected. The
+/// connection says so around each call that it delivers.
+struct CallingClient {
+  pid_t pid;
+  uid_t uid;
+
+  [[nodiscard]] static std::optional<CallingClient> current();
+
+  class Scope;
+};
+
+/// Says it for as long as it lives.
+class CallingClient::Scope {
+ public:
+  explicit Scope(const CallingClient& client);
+  Scope(const Scope&) = delete;
+  Scope& operator=(const Scope&) = delete;
+  ~Scope();
+
+ private:
+  const std::optional<CallingClient> previous_;
+};
+
+}  // namespace wicket::linux_adapter

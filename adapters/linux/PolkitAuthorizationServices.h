@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include "platform/AuthorizationServices.h"
+
+namespace wicket::linux_adapter {
+
+/// Authorization by polkit. The external form names the client's process; the right's name becomes a
+/// polkit action, and polkit decides whether that process's user may do it.
+class PolkitAuthorizationServices : public AuthorizationServices {
+ public:
+  std::expected<std::shared_ptr<AuthorizationReference>, AuthorizationStatus> createFromExternalForm(
+      const AuthorizationExternalForm& form) override;
+  AuthorizationStatus copyRights(AuthorizationReference& reference, const std::string& rightName) override;
+  std::optional<std::string> errorMessage(AuthorizationStatus status) override;
+};
+
+}  // namespace wicket::linux_adapter
