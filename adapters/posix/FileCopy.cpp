@@ -40,12 +40,14 @@ std::expected<NewEntry, FileError> findPlace(const std::string& destination) {
   if (::lstat(destination.c_str(), &existing) == 0) return failure(EEXIST);
   // An empty path stays ENOENT and never means the current directory.
   if (errno != ENOENT || destination.empty()) return lastError();
-  const std::size_t slash = destination.rfind('/');
-  const std::size_t nameStart = slash == std::string::npos ? 0 : slash + 1;
+  const std::size_t nameEnd = destination.find_last_not_of('/') + 1;
+  const std::size_t nameStart = destination.rfind('/', nameEnd - 1) + 1;
   const std::string folder = nameStart == 0 ? "." : destination.substr(0, nameStart);
-  NewEntry entry{Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), destination.substr(nameStart)};
+  NewEntry entry{Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+                 destination.substr(nameStart, nameEnd - nameStart)};
   if (!entry.folder.isOpen()) return lastError();
-  if (entry.name.empty()) return failure(EISDIR);
+  // Only a directory may be named with a slash at the end.
+  if (nameEnd != destination.size()) return failure(EISDIR);
   return entry;
 }
 
