@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+namespace wicket::companion {
+
+enum class CallError {
+  connectionCut,    ///< the helper ended the connection, or refused it, before it answered
+  rejected,         ///< the helper answered with an error of the transport
+  invalidArgument,  ///< a text that cannot travel: not UTF-8, or with U+0000
+  interrupted,      ///< the caller's cancel descriptor became readable
+};
+
+}  // namespace wicket::companion

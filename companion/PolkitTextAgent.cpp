@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "companion/PolkitTextAgent.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+#include "companion/AuthorizationRequest.h"
+#include "companion/Descriptor.h"
+
+namespace wicket::companion {
+
+namespace {
+
+constexpr int readinessLimitMilliseconds = 10'000;
+
+/// The agent closes its end when polkit knows it.
+bool waitForClosing(const Descriptor& readEnd) {
+  pollfd watched{readEnd.get(), POLLIN, 0};
+  int result = 0;
+  do {
+    result = ::poll(&watched, 1, readinessLimitMilliseconds);
+  } while (result < 0 && errno == EINTR);
+  return result > 0;
+}
+
+bool hasEnded(pid_t process) {
+  siginfo_t information{};
+  // Looks without reaping, so that the process number stays this child's.
+  return ::waitid(P_PID, static_cast<id_t>(process), &information, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+         information.si_pid == process;
+}
+
+void endProcess(pid_t process) {
+  ::kill(process, SIGTERM);
+  ::kill(process, SIGCONT);
+  while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
+
+std::expected<pid_t, int> spawn(const std::string& executable, const std::string& subject, const Descriptor& notify) {
+  constexpr int notifyDescriptor = 3;
+  std::array<std::string, 6> words{executable,  "--process", subject, "--notify-fd", std::to_string(notifyDescriptor),
+                                   "--fallback"};
+  std::array<char*, words.size() + 1> arguments{};
+  for (std::size_t index = 0; index < words.size(); ++index) arguments[index] = words[index].data();
+  posix_spawn_file_actions_t actions{};
+  if (const int error = ::posix_spawn_file_actions_init(&actions); error != 0) return std::unexpected(error);
+  pid_t agent = -1;
+  int error = ::posix_spawn_file_actions_adddup2(&actions, notify.get(), notifyDescriptor);
+  if (error == 0) error = ::posix_spawn(&agent, executable.c_str(), &actions, nullptr, arguments.data(), environ);
+  ::posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) return std::unexpected(error);
+  return agent;
+}
+
+}  // namespace
+
+std::expected<PolkitTextAgent, PolkitTextAgent::Absence> PolkitTextAgent::start(const std::string& executable) {
+  termios terminal{};
+  if (::tcgetattr(STDIN_FILENO, &terminal) != 0) return std::unexpected(Absence::noTerminal);
+  if (::access(executable.c_str(), X_OK) != 0) return std::unexpected(Absence::notInstalled);
+  const auto self = AuthorizationRequest::forThisProcess();
+  std::array<int, 2> ends{};
+  if (!self || ::pipe2(ends.data(), O_CLOEXEC) != 0) return std::unexpected(Absence::failed);
+  const Descriptor readEnd(ends[0]);
+  Descriptor writeEnd(ends[1]);
+  const std::string subject = std::to_string(self->token().pid) + "," + std::to_string(self->token().startTime);
+  const auto process = spawn(executable, subject, writeEnd);
+  if (!process) return std::unexpected(Absence::failed);
+  PolkitTextAgent agent(*process, terminal);
+  writeEnd.reset();
+  if (!waitForClosing(readEnd) || hasEnded(*process)) return std::unexpected(Absence::failed);
+  return agent;
+}
+
+PolkitTextAgent::PolkitTextAgent(PolkitTextAgent&& other) noexcept
+    : agent_(std::exchange(other.agent_, -1)), terminal_(other.terminal_) {}
+
+PolkitTextAgent::~PolkitTextAgent() {
+  if (agent_ <= 0) return;
+  endProcess(agent_);
+  ::tcsetattr(STDIN_FILENO, TCSADRAIN, &terminal_);
+}
+
+}  // namespace wicket::companion

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "companion/command/Json.h"
+
+#include <array>
+#include <cstdio>
+
+#include "companion/Utf8.h"
+
+namespace wicket::companion::command {
+
+namespace {
+
+std::string escaped(char32_t scalar, std::string_view bytes) {
+  if (scalar == U'"' || scalar == U'\\') return "\\" + std::string(bytes);
+  if (scalar >= 0x20 && scalar != 0x7F) return std::string(bytes);
+  std::array<char, 8> buffer{};
+  std::snprintf(buffer.data(), buffer.size(), "\\u%04x", static_cast<unsigned>(scalar));
+  return buffer.data();
+}
+
+}  // namespace
+
+std::string jsonString(std::string_view text) {
+  std::string result = "\"";
+  while (!text.empty()) {
+    const std::string_view before = text;
+    const auto scalar = takeScalar(text);
+    if (!scalar) {
+      text.remove_prefix(1);
+      result += "\xEF\xBF\xBD";
+    } else {
+      result += escaped(*scalar, before.substr(0, before.size() - text.size()));
+    }
+  }
+  return result + "\"";
+}
+
+}  // namespace wicket::companion::command

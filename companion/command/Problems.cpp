@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "companion/command/Problems.h"
+
+#include <cstring>
+
+namespace wicket::companion::command {
+
+namespace {
+
+Problem interactionImpossible(std::optional<PolkitTextAgent::Absence> absence) {
+  constexpr char start[] = "Nothing was installed, because nobody could be asked for a password: ";
+  using enum PolkitTextAgent::Absence;
+  if (absence == noTerminal) {
+    return {std::string(start) + "standard input is no terminal and no polkit agent runs in this session",
+            "Run the command in a terminal"};
+  }
+  if (absence == notInstalled) {
+    return {
+        std::string(start) + PolkitTextAgent::usualExecutable + " is missing and no polkit agent runs in this session",
+        "Install the package polkitd"};
+  }
+  return {std::string(start) + "no polkit agent could be started for this terminal",
+          "Check that polkit runs, with: systemctl status polkit"};
+}
+
+}  // namespace
+
+Problem problemWith(const ConnectionError& error, const std::string& socketPath) {
+  switch (error.failure) {
+    case ConnectionFailure::notInstalled:
+      return {"The helper is not installed: there is no socket " + socketPath,
+              "Install it, or start net.orvane.Wicket.TlvPrivilegedHelper.socket with systemctl"};
+    case ConnectionFailure::notPermitted:
+      return {"This process may not connect to the helper at " + socketPath,
+              "Use the installed wicket command, which belongs to the socket's group"};
+    case ConnectionFailure::notListening:
+      return {"Nobody listens at the helper's socket " + socketPath,
+              "Restart net.orvane.Wicket.TlvPrivilegedHelper.socket with systemctl"};
+    case ConnectionFailure::failed:
+      break;
+  }
+  return {"The helper at " + socketPath + " cannot be reached: " + std::strerror(error.systemError), "Try again"};
+}
+
+Problem problemWith(CallError error) {
+  switch (error) {
+    case CallError::connectionCut:
+      return {"The helper cut the connection before it answered",
+              "Use the installed wicket command, and look into the journal of net.orvane.Wicket.TlvPrivilegedHelper"};
+    case CallError::rejected:
+      return {"The helper did not understand the request", "Install the same version of wicket and of its helper"};
+    case CallError::invalidArgument:
+      return {"The request holds a text that cannot be sent", "Use a name or path of plain letters"};
+    case CallError::interrupted:
+      break;
+  }
+  return {"Interrupted before the helper answered", "Run the command again"};
+}
+
+Problem problemWithConsent(std::string_view message, std::optional<PolkitTextAgent::Absence> absence) {
+  const auto says = [&](std::string_view part) { return message.find(part) != std::string_view::npos; };
+  if (says("no user interaction was possible")) return interactionImpossible(absence);
+  if (says("canceled by the user")) {
+    return {"Nothing was installed, because the password prompt was dismissed", "Run the command again"};
+  }
+  if (says("was denied")) {
+    return {"Nothing was installed, because the authorization was denied",
+            "Run the command again with an administrator's password"};
+  }
+  return {"Nothing was installed, because the authorization could not be checked",
+          "Check that polkit runs, with: systemctl status polkit"};
+}
+
+}  // namespace wicket::companion::command

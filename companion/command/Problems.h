@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "companion/CallError.h"
+#include "companion/ConnectionError.h"
+#include "companion/PolkitTextAgent.h"
+#include "companion/Problem.h"
+
+namespace wicket::companion::command {
+
+[[nodiscard]] Problem problemWith(const ConnectionError& error, const std::string& socketPath);
+[[nodiscard]] Problem problemWith(CallError error);
+/// Why the consent was missing: @p message is what the helper says, @p absence why this command could not
+/// ask for a password on its own.
+[[nodiscard]] Problem problemWithConsent(std::string_view message, std::optional<PolkitTextAgent::Absence> absence);
+
+}  // namespace wicket::companion::command
