@@ -10,5 +10,7 @@ namespace wicket::wire {
 inline constexpr char replyBlockInterface[] = "net.orvane.Wicket.ReplyBlock";
 inline constexpr char replyBlockSignal[] = "CalledAgain";
 inline constexpr char replyBlockSignature[] = "ux";
+/// The error that answers a request whose reply block was let go of without having been called.
+inline constexpr char noReplyError[] = "net.orvane.Wicket.Error.NoReply";
 
 }  // namespace wicket::wire

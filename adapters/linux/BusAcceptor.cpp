@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "adapters/linux/BusAcceptor.h"
+
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <utility>
+
+namespace wicket::linux_adapter {
+namespace {
+
+/// Clients that have connected and not yet been accepted or refused. More wait in the socket's backlog.
+constexpr std::size_t undecidedLimit = 256;
+constexpr int clientsPerTurn = 64;
+/// How long to let be when the system is out of descriptors or memory.
+constexpr std::chrono::microseconds restTime = std::chrono::milliseconds(100);
+
+void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& connection) {
+  bool isAccepted = false;
+  try {
+    isAccepted = delegate.shouldAcceptNewConnection(connection);
+  } catch (const std::exception&) {
+    // A client about whom nothing could be decided is not let in.
+  }
+  if (isAccepted) {
+    connection->accept();
+  } else {
+    connection->refuse();
+  }
+}
+
+}  // namespace
+
+BusAcceptor::BusAcceptor(posix::Descriptor listening, std::shared_ptr<BusDoorbell> doorbell,
+                         SerialExecutor& delegateQueue, ListenerDelegate& delegate)
+    : listening_(std::move(listening)),
+      doorbell_(std::move(doorbell)),
+      delegateQueue_(delegateQueue),
+      delegate_(delegate) {}
+
+void BusAcceptor::start(sd_event* event) {
+  event_ = event;
+  sd_event_source* source = nullptr;
+  if (sd_event_add_io(event, &source, listening_.get(), EPOLLIN, &onClients, this) < 0) std::terminate();
+  clientsSource_.reset(source);
+}
+
+void BusAcceptor::stop() {
+  clientsSource_.reset();
+  restTimer_.reset();
+  while (!channels_.empty()) {
+    const std::shared_ptr<BusChannel> channel = channels_.begin()->second;
+    channel->connection()->invalidate();
+    channel->service();
+  }
+}
+
+int BusAcceptor::onClients(sd_event_source* /*source*/, int /*descriptor*/, std::uint32_t /*events*/, void* acceptor) {
+  auto& self = *static_cast<BusAcceptor*>(acceptor);
+  try {
+    self.acceptClients();
+  } catch (const std::exception&) {
+    self.rest();  // no memory for a newcomer
+  }
+  return 0;
+}
+
+int BusAcceptor::onRested(sd_event_source* /*source*/, std::uint64_t /*time*/, void* acceptor) {
+  auto& self = *static_cast<BusAcceptor*>(acceptor);
+  self.isResting_ = false;
+  self.listenForClients();
+  return 0;
+}
+
+void BusAcceptor::acceptClients() {
+  for (int i = 0; i < clientsPerTurn && undecided_.size() < undecidedLimit; ++i) {
+    if (!prepareFeed()) return rest();
+    posix::Descriptor client(accept4(listening_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (client.isOpen()) {
+      take(std::move(client));
+    } else if (errno == EAGAIN) {
+      return;
+    } else if (errno != EINTR && errno != ECONNABORTED) {
+      return rest();
+    }
+  }
+  listenForClients();
+}
+
+bool BusAcceptor::prepareFeed() {
+  if (!nextFeed_) nextFeed_ = BusFeed::make();
+  return nextFeed_.has_value();
+}
+
+void BusAcceptor::take(posix::Descriptor client) {
+  auto connection = std::make_shared<BusConnection>(doorbell_);
+  const auto channel = std::make_shared<BusChannel>(connection, *this);
+  // Besides the channels there are the thread itself and connections without a channel.
+  doorbell_->makeRoomFor(channels_.size() + 3);
+  if (channel->open(event_, std::move(client), *std::exchange(nextFeed_, std::nullopt)) < 0) return rest();
+  undecided_.insert(channel.get());
+  channels_.emplace(channel.get(), channel);
+  connection->attach(channel);
+}
+
+void BusAcceptor::rest() {
+  isResting_ = true;
+  listenForClients();
+  sd_event_source* timer = nullptr;
+  if (sd_event_add_time_relative(event_, &timer, CLOCK_MONOTONIC, static_cast<std::uint64_t>(restTime.count()), 0,
+                                 &onRested, this) < 0) {
+    isResting_ = false;
+    return listenForClients();
+  }
+  restTimer_.reset(timer);
+}
+
+void BusAcceptor::listenForClients() {
+  const bool isReady = !isResting_ && undecided_.size() < undecidedLimit;
+  sd_event_source_set_enabled(clientsSource_.get(), isReady ? SD_EVENT_ON : SD_EVENT_OFF);
+}
+
+void BusAcceptor::handshakeEnded(BusChannel& channel) {
+  const auto& connection = channel.connection();
+  const bool willRun = delegateQueue_.post([&delegate = delegate_, connection] { decide(delegate, connection); });
+  if (!willRun) connection->refuse();
+}
+
+void BusAcceptor::decided(BusChannel& channel) {
+  undecided_.erase(&channel);
+  if (clientsSource_) listenForClients();
+}
+
+void BusAcceptor::closed(BusChannel& channel) { channels_.erase(&channel); }
+
+}  // namespace wicket::linux_adapter

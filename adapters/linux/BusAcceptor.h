@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <systemd/sd-event.h>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "adapters/linux/BusChannel.h"
+#include "adapters/linux/BusDoorbell.h"
+#include "adapters/linux/BusFeed.h"
+#include "adapters/linux/SdHandle.h"
+#include "adapters/linux/SerialExecutor.h"
+#include "adapters/posix/Descriptor.h"
+#include "platform/Listener.h"
+
+namespace wicket::linux_adapter {
+
+/// Takes clients from the listening socket and keeps their channels. I/O thread only; the delegate is
+/// asked on a serial queue of its own, in the order in which the clients' handshakes ended.
+class BusAcceptor final : public BusChannel::Owner {
+ public:
+  BusAcceptor(posix::Descriptor listening, std::shared_ptr<BusDoorbell> doorbell, SerialExecutor& delegateQueue,
+              ListenerDelegate& delegate);
+
+  void start(sd_event* event);
+  /// Cuts all clients.
+  void stop();
+
+ private:
+  static int onClients(sd_event_source* source, int descriptor, std::uint32_t events, void* acceptor);
+  static int onRested(sd_event_source* source, std::uint64_t time, void* acceptor);
+
+  void acceptClients();
+  /// Makes what the next client needs before taking it, so that no client is taken and then dropped.
+  [[nodiscard]] bool prepareFeed();
+  void take(posix::Descriptor client);
+  void rest();
+  void listenForClients();
+
+  void handshakeEnded(BusChannel& channel) override;
+  void decided(BusChannel& channel) override;
+  void closed(BusChannel& channel) override;
+
+  const posix::Descriptor listening_;
+  const std::shared_ptr<BusDoorbell> doorbell_;
+  SerialExecutor& delegateQueue_;
+  ListenerDelegate& delegate_;
+  sd_event* event_ = nullptr;
+  SdHandle<sd_event_source> clientsSource_;
+  SdHandle<sd_event_source> restTimer_;
+  bool isResting_ = false;
+  std::optional<BusFeed> nextFeed_;
+  std::unordered_map<const BusChannel*, std::shared_ptr<BusChannel>> channels_;
+  std::unordered_set<const BusChannel*> undecided_;
+};
+
+}  // namespace wicket::linux_adapter

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <systemd/sd-bus.h>
+#include <systemd/sd-event.h>
+
+#include "adapters/linux/BusConnection.h"
+#include "adapters/linux/BusDoorbell.h"
+#include "adapters/linux/BusFeed.h"
+#include "adapters/linux/BusSender.h"
+#include "adapters/linux/BusVtable.h"
+#include "adapters/linux/MessageFramer.h"
+#include "adapters/linux/SdHandle.h"
+#include "adapters/posix/Descriptor.h"
+
+namespace wicket::linux_adapter {
+
+/// The socket and the D-Bus side of one client. I/O thread only.
+///
+/// sd-bus writes to the client's socket but reads from a feed: what the client sends is read here and
+/// handed on message by message. So nothing is handed on before the client has been accepted, a
+/// message's size is known before it takes memory, and a client with too much unfinished waits in its
+/// socket.
+class BusChannel final : public BusWorker, public std::enable_shared_from_this<BusChannel> {
+ public:
+  /// Who keeps the channels.
+  class Owner {
+   public:
+    Owner() = default;
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
+    virtual ~Owner() = default;
+    /// The client has said who it is and waits to be accepted.
+    virtual void handshakeEnded(BusChannel& channel) = 0;
+    /// Accepted, refused or closed early: the client waits no longer.
+    virtual void decided(BusChannel& channel) = 0;
+    virtual void closed(BusChannel& channel) = 0;
+  };
+
+  BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner);
+
+  /// Starts to speak with the client; a negative errno on failure.
+  [[nodiscard]] int open(sd_event* event, posix::Descriptor client, BusFeed feed);
+  /// Goes on wherever something may have changed, and closes when the connection has ended.
+  void service() override;
+  [[nodiscard]] const std::shared_ptr<BusConnection>& connection() const { return connection_; }
+
+ private:
+  enum class Phase { handshake, deciding, running, closed };
+
+  static int onSocket(sd_event_source* source, int descriptor, std::uint32_t events, void* channel);
+  static int onHandshakeTimeout(sd_event_source* source, std::uint64_t time, void* channel);
+  static int onMessage(sd_bus_message* message, void* channel, sd_bus_error* error);
+  static int onCall(sd_bus_message* message, void* channel, sd_bus_error* error);
+
+  int startBus(posix::Descriptor client, posix::Descriptor busEnd);
+  int addSources(sd_event* event);
+  void advance();
+  void startRunning();
+  void writeQueued();
+  void readClient();
+  /// Reads what the client has sent next; false if there is nothing now.
+  bool fillInbox();
+  void handOn();
+  void boundaryReached(MessageFramer::Boundary boundary);
+  void processBus();
+  int deliver(sd_bus_message* message);
+  [[nodiscard]] bool hasClientHungUp();
+  [[nodiscard]] bool mayRead() const;
+  [[nodiscard]] std::uint64_t unwrittenMessages() const;
+  void listenForEvents();
+  void close();
+
+  const std::shared_ptr<BusConnection> connection_;
+  Owner& owner_;
+  Phase phase_ = Phase::handshake;
+  std::optional<BusVtable> methods_;
+  std::optional<BusVtable> signals_;
+
+  int client_ = -1;         ///< owned by the bus
+  posix::Descriptor feed_;  ///< whose other end the bus reads
+  SdHandle<sd_bus> bus_;
+  SdHandle<sd_event_source> socketSource_;
+  SdHandle<sd_event_source> handshakeTimer_;
+  BusSender sender_;
+
+  MessageFramer framer_;
+  std::array<std::byte, std::size_t{16} << 10U> buffer_;
+  std::span<const std::byte> inbox_;
+  bool clientHungUp_ = false;
+  bool messageWasUnderstood_ = false;
+};
+
+}  // namespace wicket::linux_adapter

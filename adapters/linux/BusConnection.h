@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "adapters/linux/BusDoorbell.h"
+#include "adapters/linux/HelperCall.h"
+#include "adapters/linux/OutgoingQueue.h"
+#include "adapters/linux/SerialExecutor.h"
+#include "platform/Connection.h"
+
+namespace wicket::linux_adapter {
+
+/// A client connection as all threads see it. The socket and the D-Bus side belong to the I/O
+/// thread, in a BusChannel; the two share what is declared here and ring each other's bell.
+///
+/// A client that goes away still has the calls run that it had sent by then; after invalidate() no
+/// call starts any more. A client that does not read what others have sent to it is invalidated once
+/// OutgoingQueue::limit is reached.
+class BusConnection final : public Connection, public std::enable_shared_from_this<BusConnection> {
+ public:
+  explicit BusConnection(std::shared_ptr<BusDoorbell> doorbell);
+
+  void setRemoteObjectInterface(const Interface& interface) override;
+  void setExportedInterface(const Interface& interface) override;
+  void setExportedObject(HelperProtocol& object) override;
+  void setInvalidationHandler(std::function<void()> handler) override;
+  void resume() override;
+  void invalidate() override;
+  [[nodiscard]] std::shared_ptr<AppProtocol> remoteObjectProxy() override;
+  void waitForCapacity() override;
+
+  /// Any thread. Queues @p item for the client; never blocks, never fails.
+  void send(Outgoing item) noexcept;
+  /// Any thread. Has the channel look after everything again.
+  void ringChannel() noexcept;
+
+  /// @name For the listener
+  /// @{
+  /// The delegate's answer.
+  void accept();
+  void refuse();
+  /// @}
+
+  /// @name For the channel, I/O thread only
+  /// @{
+  void attach(std::weak_ptr<BusWorker> channel);
+  /// True once calls may be delivered: accepted and resumed.
+  [[nodiscard]] bool isRunning() const;
+  /// True once nothing may pass any more: the channel has to close.
+  [[nodiscard]] bool hasEnded() const;
+  /// The client is gone.
+  void clientEnded();
+  /// Runs the invalidation handler if no thread could be had for it.
+  void runOrphanedHandler();
+  [[nodiscard]] std::optional<Interface> exportedInterface() const;
+  void deliver(HelperCall call, const std::shared_ptr<ReplyBlock>& block);
+  /// True while so much is unfinished that the client has to wait with its next message.
+  [[nodiscard]] bool isBusy() const;
+  [[nodiscard]] OutgoingQueue& outgoing() { return outgoing_; }
+  /// @}
+
+ private:
+  enum class End { none, refused, clientGone, invalidated };
+
+  void end(End reason);
+  /// False if there is no thread for the invalidation handler.
+  [[nodiscard]] bool finishExecutor(bool hasHandler) noexcept;
+  void perform(const HelperCall& call, const std::shared_ptr<ReplyBlock>& block);
+  void callReturned(std::size_t size);
+  /// With the mutex held.
+  [[nodiscard]] bool hasManyUnfinishedCalls() const;
+  void runHandler();
+
+  const std::shared_ptr<BusDoorbell> doorbell_;
+  OutgoingQueue outgoing_;
+  SerialExecutor executor_;
+
+  mutable std::mutex mutex_;
+  std::weak_ptr<BusWorker> channel_;
+  std::optional<Interface> remoteInterface_;
+  std::optional<Interface> exportedInterface_;
+  HelperProtocol* exportedObject_ = nullptr;
+  std::function<void()> invalidationHandler_;
+  bool isAccepted_ = false;
+  bool isResumed_ = false;
+  bool handlerIsOrphaned_ = false;
+  End end_ = End::none;
+  std::size_t unfinishedCalls_ = 0;
+  std::size_t unfinishedBytes_ = 0;
+};
+
+}  // namespace wicket::linux_adapter

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "adapters/linux/BusAcceptor.h"
+#include "adapters/linux/BusThread.h"
+#include "adapters/linux/SerialExecutor.h"
+#include "adapters/posix/Descriptor.h"
+#include "platform/Listener.h"
+
+namespace wicket::linux_adapter {
+
+/// Serves clients on a listening Unix stream socket, each by a D-Bus connection of its own. Its
+/// connections share its I/O thread: they end with the listener.
+class BusListener final : public Listener {
+ public:
+  explicit BusListener(posix::Descriptor listening);
+  ~BusListener() override;
+
+  void setDelegate(ListenerDelegate& delegate) override;
+  /// Starts the I/O thread. Without a delegate nobody could be accepted, and it has no effect.
+  void resume() override;
+
+ private:
+  posix::Descriptor listening_;
+  const std::shared_ptr<BusDoorbell> doorbell_;
+  SerialExecutor delegateQueue_;
+  ListenerDelegate* delegate_ = nullptr;
+  std::optional<BusAcceptor> acceptor_;
+  std::optional<BusThread> thread_;
+};
+
+}  // namespace wicket::linux_adapter

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "adapters/linux/EmbeddedBundleInformation.h"
+#include "adapters/linux/JournalLog.h"
+#include "adapters/linux/MainRunLoop.h"
+#include "adapters/linux/PolkitAuthorizationServices.h"
+#include "adapters/linux/SystemdServiceJob.h"
+#include "adapters/posix/Descriptor.h"
+#include "adapters/posix/PosixChildProcessLauncher.h"
+#include "adapters/posix/PosixFileManager.h"
+#include "platform/Platform.h"
+
+namespace wicket::linux_adapter {
+
+/// A Linux system with systemd, D-Bus and polkit.
+class LinuxPlatform final : public Platform {
+ public:
+  /// @p listening is the socket on which the service manager listens for the one service.
+  explicit LinuxPlatform(posix::Descriptor listening);
+
+  MainQueue& mainQueue() override { return mainQueue_; }
+  UnifiedLog& unifiedLog() override { return unifiedLog_; }
+  FileManager& fileManager() override { return fileManager_; }
+  ChildProcessLauncher& childProcessLauncher() override { return childProcessLauncher_; }
+  AuthorizationServices& authorizationServices() override { return authorizationServices_; }
+  BundleInformation& mainBundle() override { return mainBundle_; }
+  ServiceJob& serviceJob() override { return serviceJob_; }
+  std::unique_ptr<Listener> makeListener(std::string_view machServiceName) override;
+
+ private:
+  const posix::Descriptor listening_;
+  MainRunLoop mainQueue_;
+  JournalLog unifiedLog_;
+  PosixFileManager fileManager_;
+  PosixChildProcessLauncher childProcessLauncher_;
+  PolkitAuthorizationServices authorizationServices_;
+  EmbeddedBundleInformation mainBundle_;
+  SystemdServiceJob serviceJob_;
+};
+
+}  // namespace wicket::linux_adapter
