@@ -11,8 +11,8 @@
 #include <poll.h>
 #include <string>
 #include <string_view>
-#include <sys/pidfd.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/vfs.h>
 #include <utility>
 
@@ -77,6 +77,11 @@ std::uint64_t inodeOf(int pidfd) {
   return ::fstat(pidfd, &status) == 0 ? status.st_ino : 0;
 }
 
+/// The C library of Debian 12 declares its wrapper without C linkage.
+posix::Descriptor openPidfd(pid_t pid) {
+  return posix::Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+}
+
 bool isAlive(int pidfd) {
   pollfd end{pidfd, POLLIN, 0};
   return ::poll(&end, 1, 0) == 0;
@@ -89,7 +94,7 @@ ProcessIdentity::ProcessIdentity(posix::Descriptor pidfd, std::uint32_t pid, std
 
 std::optional<ProcessIdentity> ProcessIdentity::of(std::uint32_t pid) {
   if (pid == 0 || !std::in_range<pid_t>(pid)) return std::nullopt;
-  posix::Descriptor pidfd(::pidfd_open(static_cast<pid_t>(pid), 0));
+  posix::Descriptor pidfd = openPidfd(static_cast<pid_t>(pid));
   if (!pidfd.isOpen()) return std::nullopt;
   const auto startTime = startTimeOf(pid);
   const auto uid = userOf(pid);

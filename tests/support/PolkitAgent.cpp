@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "tests/support/PolkitAgent.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <fstream>
+#include <sstream>
+
+namespace wicket::support {
+namespace {
+
+constexpr char service[] = "org.freedesktop.PolicyKit1";
+constexpr char authority[] = "/org/freedesktop/PolicyKit1/Authority";
+constexpr char authorityInterface[] = "org.freedesktop.PolicyKit1.Authority";
+constexpr char agentObject[] = "/org/freedesktop/PolicyKit1/AuthenticationAgent";
+constexpr char agentInterface[] = "org.freedesktop.PolicyKit1.AuthenticationAgent";
+
+/// Field 22 of a line whose second field, in parentheses, is not the concern of these tests.
+std::uint64_t startTimeOf(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string line;
+  std::getline(file, line);
+  std::istringstream fields(line.substr(line.rfind(')') + 1));
+  std::string skipped;
+  for (int field = 3; field < 22; ++field) fields >> skipped;
+  std::uint64_t ticks = 0;
+  fields >> ticks;
+  return ticks;
+}
+
+}  // namespace
+
+const sd_bus_vtable PolkitAgent::methods[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD("BeginAuthentication", "sssa{ss}sa(sa{sv})", "", &PolkitAgent::onBeginAuthentication,
+                  SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("CancelAuthentication", "s", "", &PolkitAgent::onCancelAuthentication, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END};
+
+std::unique_ptr<PolkitAgent> PolkitAgent::start(pid_t process, Behaviour behaviour, std::chrono::milliseconds delay) {
+  std::unique_ptr<PolkitAgent> agent(new PolkitAgent(behaviour, delay));
+  if (!agent->registerFor(process)) return nullptr;
+  agent->thread_ = std::thread(&PolkitAgent::serve, agent.get());
+  return agent;
+}
+
+PolkitAgent::~PolkitAgent() {
+  stopping_ = true;
+  if (thread_.joinable()) thread_.join();
+  sd_bus_flush_close_unref(bus_);
+}
+
+bool PolkitAgent::registerFor(pid_t process) {
+  return sd_bus_open_system(&bus_) >= 0 &&
+         sd_bus_add_object_vtable(bus_, nullptr, agentObject, agentInterface, methods, this) >= 0 &&
+         sd_bus_call_method(bus_, service, authority, authorityInterface, "RegisterAuthenticationAgent", nullptr,
+                            nullptr, "(sa{sv})ss", "unix-process", 2, "pid", "u", static_cast<std::uint32_t>(process),
+                            "start-time", "t", startTimeOf(process), "C", agentObject) >= 0;
+}
+
+void PolkitAgent::serve() {
+  constexpr std::uint64_t pollInterval = 20'000;
+  while (!stopping_) {
+    const int result = sd_bus_process(bus_, nullptr);
+    if (result < 0 || (result == 0 && sd_bus_wait(bus_, pollInterval) < 0)) return;
+  }
+}
+
+int PolkitAgent::onBeginAuthentication(sd_bus_message* question, void* agent, sd_bus_error* error) {
+  return static_cast<PolkitAgent*>(agent)->answer(question, error);
+}
+
+int PolkitAgent::onCancelAuthentication(sd_bus_message* notice, void* /*agent*/, sd_bus_error* /*error*/) {
+  return sd_bus_reply_method_return(notice, "");
+}
+
+int PolkitAgent::answer(sd_bus_message* question, sd_bus_error* error) {
+  const char* action = nullptr;
+  const char* message = nullptr;
+  const char* icon = nullptr;
+  const char* cookie = nullptr;
+  if (sd_bus_message_read(question, "sss", &action, &message, &icon) < 0 ||
+      sd_bus_message_skip(question, "a{ss}") < 0 || sd_bus_message_read(question, "s", &cookie) < 0) {
+    return -EBADMSG;
+  }
+  {
+    const std::scoped_lock lock(mutex_);
+    message_ = message;
+  }
+  ++questions_;
+  std::this_thread::sleep_for(delay_);
+  if (behaviour_ == Behaviour::dismisses) {
+    return sd_bus_error_set(error, "org.freedesktop.PolicyKit1.Error.Cancelled", "The user closed the dialog");
+  }
+  if (behaviour_ == Behaviour::authenticates) {
+    const int confirmed = confirm(cookie);
+    if (confirmed < 0) return confirmed;
+  }
+  return sd_bus_reply_method_return(question, "");
+}
+
+int PolkitAgent::confirm(const std::string& cookie) {
+  return sd_bus_call_method(bus_, service, authority, authorityInterface, "AuthenticationAgentResponse2", nullptr,
+                            nullptr, "us(sa{sv})", 0U, cookie.c_str(), "unix-user", 1, "uid", "u", 0U);
+}
+
+}  // namespace wicket::support
