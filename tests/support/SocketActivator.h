@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <thread>
+#include <vector>
+
+namespace wicket::support {
+
+/// Owns the helper's socket as systemd does: it starts the program when a connection arrives, hands the
+/// listening socket over, waits for the program's end and then listens again. All in one thread of its
+/// own.
+class SocketActivator {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  /// One process from its start to its end.
+  struct Life {
+    pid_t pid;
+    Clock::time_point started;
+    std::optional<Clock::time_point> ended;
+    int waitStatus = 0;
+  };
+
+  /// Standard output and error of the program go to the file @p errorFile.
+  SocketActivator(std::string executable, std::string socketPath, std::string errorFile);
+  SocketActivator(const SocketActivator&) = delete;
+  SocketActivator& operator=(const SocketActivator&) = delete;
+  /// Ends the program if it runs.
+  ~SocketActivator();
+
+  [[nodiscard]] std::vector<Life> lives() const;
+  /// The running program, 0 when there is none.
+  [[nodiscard]] pid_t currentPid() const;
+  /// Whether that many programs have ended by then.
+  [[nodiscard]] bool waitForEnds(std::size_t count, std::chrono::milliseconds timeout);
+
+ private:
+  void serve();
+  [[nodiscard]] bool waitForConnection() const;
+  [[nodiscard]] bool waitForEnd(int pidDescriptor) const;
+  [[nodiscard]] pid_t start() const;
+  void run(pid_t pid);
+
+  std::string executable_;
+  std::string errorFile_;
+  int listeningSocket_;
+  int stopEvent_;
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<Life> lives_;
+  std::thread thread_;
+};
+
+}  // namespace wicket::support
