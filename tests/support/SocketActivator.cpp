@@ -13,9 +13,9 @@
 #include <linux/close_range.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/pidfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -153,7 +153,7 @@ pid_t SocketActivator::start() const {
 }
 
 void SocketActivator::run(pid_t pid) {
-  const int pidDescriptor = ::pidfd_open(pid, 0);
+  const int pidDescriptor = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
   {
     const std::lock_guard lock(mutex_);
     lives_.push_back({pid, Clock::now(), std::nullopt, 0});

@@ -7,8 +7,8 @@
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <sys/pidfd.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
@@ -30,7 +30,7 @@ std::uint64_t startTimeOf(const std::string& folder) {
 /// 0 on kernels on which all pidfds share one inode.
 std::uint64_t pidfdInodeOf(pid_t pid) {
   constexpr long pidFilesystem = 0x50494446;
-  const int pidfd = ::pidfd_open(pid, 0);
+  const int pidfd = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
   struct statfs filesystem{};
   struct stat status{};
   const bool isUnique =

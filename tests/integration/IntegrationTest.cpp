@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "tests/integration/IntegrationTest.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <thread>
+#include <vector>
+
+#include "tests/support/PrivateNamespace.h"
+#include "wire/BusNames.h"
+
+namespace wicket::integration {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr char errorFile[] = "/run/helper.errors";
+
+struct Preparation {
+  std::optional<std::string> obstacle;
+  std::vector<std::string> programs;
+};
+
+Preparation& preparation() {
+  static Preparation instance;
+  return instance;
+}
+
+void makeWorldWritable(const std::string& folder) {
+  std::filesystem::create_directories(folder);
+  ::chmod(folder.c_str(), 01777);
+}
+
+bool isContinuousIntegration() {
+  const char* value = std::getenv("CI");
+  return value != nullptr && std::string(value) == "true";
+}
+
+}  // namespace
+
+void IntegrationTest::prepareProcess() {
+  // Scripts outlive their helper; this process takes them over, so that it can end them.
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
+  auto& prepared = preparation();
+  prepared.obstacle = support::PrivateNamespace::enter();
+  if (prepared.obstacle) return;
+  prepared.programs = support::PrivateNamespace::keepReachable({WICKET_HELPER, WICKET_COMMAND, WICKET_POLICY});
+  if (prepared.programs.empty()) prepared.obstacle = "the programs cannot be mounted where they stay visible";
+}
+
+void IntegrationTest::SetUp() {
+  if (const auto& obstacle = preparation().obstacle) {
+    if (isContinuousIntegration()) FAIL() << *obstacle;
+    GTEST_SKIP() << *obstacle;
+  }
+  folders_.emplace();
+  for (const char* folder : {"/run", "/var", "/etc/polkit-1"}) ASSERT_TRUE(folders_->replace(folder)) << folder;
+  for (const char* folder : {"/run/dbus", "/var/lib", "/var/log", "/etc/polkit-1/rules.d"}) {
+    std::filesystem::create_directories(folder);
+  }
+  makeWorldWritable("/var/tmp");
+  activator_ = std::make_unique<support::SocketActivator>(helperExecutable(), wire::socketPath, errorFile);
+}
+
+void IntegrationTest::TearDown() {
+  if (!folders_) return;
+  activator_.reset();
+  ProcessInspection::endAllChildren();
+  if (checkErrors_) {
+    EXPECT_EQ(helperErrors(), "");
+  }
+  folders_.reset();
+}
+
+const std::string& IntegrationTest::helperExecutable() { return preparation().programs.at(0); }
+const std::string& IntegrationTest::commandExecutable() { return preparation().programs.at(1); }
+const std::string& IntegrationTest::policyFile() { return preparation().programs.at(2); }
+
+std::unique_ptr<BusClient> IntegrationTest::connect() {
+  auto client = BusClient::connect(wire::socketPath);
+  if (client == nullptr) throw std::runtime_error("nobody listens on the helper's socket");
+  return client;
+}
+
+std::unique_ptr<BusClient> IntegrationTest::connectAndGreet() {
+  auto client = connect();
+  const auto reply = client->await(client->startVersion(), 20s);
+  if (!reply || !reply->error.empty()) throw std::runtime_error("the helper does not answer");
+  return client;
+}
+
+std::string IntegrationTest::addScript(const std::string& name, const std::string& content) {
+  std::filesystem::create_directories(scriptFolder);
+  writeFile(scriptFolder + name, content, 0500);
+  return scriptFolder + name;
+}
+
+void IntegrationTest::writeFile(const std::string& path, const std::string& content, unsigned mode) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file << content;
+  file.close();
+  ASSERT_TRUE(file.good()) << path;
+  ASSERT_EQ(::chmod(path.c_str(), mode), 0) << path;
+}
+
+std::string IntegrationTest::readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool IntegrationTest::eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
+  const auto deadline = Clock::now() + timeout;
+  while (!condition()) {
+    if (Clock::now() > deadline) return false;
+    std::this_thread::sleep_for(2ms);
+  }
+  return true;
+}
+
+std::string IntegrationTest::helperErrors() { return readFile(errorFile); }
+
+namespace line {
+
+std::string success(const std::string& path) { return "Script at " + path + " was executed successfully."; }
+
+std::string failure(const std::string& path, int status) {
+  return "ERROR: Execution of the script at " + path + " failed with exit code " + std::to_string(status) + ".";
+}
+
+std::string noTool(const std::string& path) {
+  return "ERROR: Script at " + path +
+         " was not executed, because a valid path to the tool could not be found. Please always include a valid "
+         "shebang in your scripts.";
+}
+
+std::string notFound(const std::string& name) {
+  return "ERROR: The priviliged script \"" + name +
+         "\" was not executed, as it was not found. Please install it again.";
+}
+
+std::string unreadable(const std::string& path) { return "ERROR: Unable to read script at " + path + "."; }
+
+std::string notExecuted(const std::string& path) {
+  return "ERROR: Privileged script at " + path + " was not executed, as it could not be read.";
+}
+
+std::string notAuthorized(const std::string& message) {
+  return "ERROR: Authentication failed with message(\"" + message + "\")";
+}
+
+}  // namespace line
+}  // namespace wicket::integration

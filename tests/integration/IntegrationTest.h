@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+
+#include "tests/support/BusClient.h"
+#include "tests/support/PrivateFolders.h"
+#include "tests/support/ProcessInspection.h"
+#include "tests/support/SocketActivator.h"
+
+namespace wicket::integration {
+
+using support::BusClient;
+using support::ProcessInspection;
+using Clock = std::chrono::steady_clock;
+
+/// A real helper behind a real socket, on empty private folders: /run, /var, the configuration of polkit.
+/// The helper starts with the first connection. Whatever runs when the test ends is ended.
+class IntegrationTest : public ::testing::Test {
+ public:
+  /// Before the first test: the private namespace, and the programs under paths that stay visible.
+  static void prepareProcess();
+
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  [[nodiscard]] static const std::string& helperExecutable();
+  [[nodiscard]] static const std::string& commandExecutable();
+  [[nodiscard]] static const std::string& policyFile();
+
+  [[nodiscard]] support::SocketActivator& activator() { return *activator_; }
+  /// For tests in which somebody else owns the socket.
+  void stopActivator() { activator_.reset(); }
+  /// A new client. Fails the test when there is none.
+  [[nodiscard]] static std::unique_ptr<BusClient> connect();
+  /// A client that the helper has accepted and answered, so that the helper runs.
+  [[nodiscard]] static std::unique_ptr<BusClient> connectAndGreet();
+  [[nodiscard]] pid_t helperPid() const { return activator_->currentPid(); }
+
+  /// A file in the script folder as an installation leaves it. Returns its path.
+  static std::string addScript(const std::string& name, const std::string& content);
+  static void writeFile(const std::string& path, const std::string& content, unsigned mode = 0644);
+  [[nodiscard]] static std::string readFile(const std::string& path);
+  /// Whether the condition holds within the time, looking again and again.
+  static bool eventually(const std::function<bool()>& condition,
+                         std::chrono::milliseconds timeout = std::chrono::seconds(10));
+
+  /// Everything the helper printed.
+  [[nodiscard]] static std::string helperErrors();
+  /// For a test that expects the helper to print something.
+  void ignoreHelperErrors() { checkErrors_ = false; }
+
+ private:
+  std::optional<support::PrivateFolders> folders_;
+  std::unique_ptr<support::SocketActivator> activator_;
+  bool checkErrors_ = true;
+};
+
+/// The lines that the helper sends, to the letter.
+namespace line {
+
+std::string success(const std::string& path);
+std::string failure(const std::string& path, int status);
+std::string noTool(const std::string& path);
+std::string notFound(const std::string& name);
+std::string unreadable(const std::string& path);
+std::string notExecuted(const std::string& path);
+std::string notAuthorized(const std::string& message);
+
+}  // namespace line
+
+inline const std::string scriptFolder = "/var/orvane/";
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+inline constexpr bool isSanitized = true;
+#else
+inline constexpr bool isSanitized = false;
+#endif
+#else
+inline constexpr bool isSanitized = false;
+#endif
+
+}  // namespace wicket::integration
