@@ -9,7 +9,7 @@ namespace wicket::companion::command {
 namespace {
 
 Problem interactionImpossible(std::optional<PolkitTextAgent::Absence> absence) {
-  constexpr char start[] = "Nothing was installed, because nobody could be asked for a password: ";
+  constexpr char start[] = "Nothing was installed, because nobody could be asked for a password (code 156): ";
   using enum PolkitTextAgent::Absence;
   if (absence == noTerminal) {
     return {std::string(start) + "standard input is no terminal and no polkit agent runs in this session",
@@ -62,13 +62,13 @@ Problem problemWithConsent(std::string_view message, std::optional<PolkitTextAge
   const auto says = [&](std::string_view part) { return message.find(part) != std::string_view::npos; };
   if (says("no user interaction was possible")) return interactionImpossible(absence);
   if (says("canceled by the user")) {
-    return {"Nothing was installed, because the password prompt was dismissed", "Run the command again"};
+    return {"Nothing was installed, because the password prompt was dismissed (code 156)", "Run the command again"};
   }
   if (says("was denied")) {
-    return {"Nothing was installed, because the authorization was denied",
+    return {"Nothing was installed, because the authorization was denied (code 156)",
             "Run the command again with an administrator's password"};
   }
-  return {"Nothing was installed, because the authorization could not be checked",
+  return {"Nothing was installed, because the authorization could not be checked (code 156)",
           "Check that polkit runs, with: systemctl status polkit"};
 }
 

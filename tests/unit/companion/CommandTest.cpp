@@ -174,9 +174,10 @@ TEST_F(CommandTest, ARefusedAuthorizationShowsTheHelpersLineAndTheNextStep) {
   const std::string line = "ERROR: Authentication failed with message(\"Optional(The authorization was denied.)\")";
   const Result result = wicket({.linesBeforeReply = {line}, .code = 156}, {"install", fileOf("job.sh", "#!/bin/sh\n")});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, line +
-                            "\nwicket: Nothing was installed, because the authorization was denied. Run the command "
-                            "again with an administrator's password.\n");
+  EXPECT_EQ(result.err,
+            line +
+                "\nwicket: Nothing was installed, because the authorization was denied (code 156). Run the command "
+                "again with an administrator's password.\n");
 }
 
 TEST_F(CommandTest, AFailedInstallationIsAFailure) {
