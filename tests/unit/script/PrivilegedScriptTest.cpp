@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <chrono>
 #include <condition_variable>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -108,9 +109,9 @@ class FullConnection : public RecordingConnection {
     changed_.notify_all();
     changed_.wait(lock, [this] { return hasRoom_; });
   }
-  void awaitWaiter() {
+  [[nodiscard]] bool awaitWaiter() {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return isWaiting_; });
+    return changed_.wait_for(lock, std::chrono::seconds(5), [this] { return isWaiting_; });
   }
   void makeRoom() {
     const std::scoped_lock lock(mutex_);
@@ -130,7 +131,7 @@ TEST_F(PrivilegedScriptTest, OutputIsSentOnlyWhenTheClientHasRoom) {
   connection = full;
   const auto script = create(std::nullopt);
   std::jthread child([&] { writeData(*script, "late"); });
-  full->awaitWaiter();
+  EXPECT_TRUE(full->awaitWaiter());
   EXPECT_THAT(full->lines(), IsEmpty());
   full->makeRoom();
   child.join();
