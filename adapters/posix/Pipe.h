@@ -9,7 +9,8 @@
 namespace wicket::posix {
 
 /// A pipe that children do not inherit. Neither end is descriptor 0, 1 or 2, even in a process that
-/// started with those closed, so both can be placed there in a child without overwriting one another.
+/// started with those closed: nothing that this process prints must end up in a child, and a child's
+/// ends must not overwrite one another while they are put in their places.
 struct Pipe {
   Descriptor readEnd;
   Descriptor writeEnd;

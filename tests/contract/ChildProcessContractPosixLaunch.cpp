@@ -225,15 +225,46 @@ TEST_F(ChildProcessContractPosixLaunch, OnlyTheThreeStandardDescriptorsReachTheC
   EXPECT_TRUE(outputOf("/bin/ls", {"-l", "/proc/self/fd/3"}).empty());
 }
 
-TEST_F(ChildProcessContractPosixLaunch, TheStandardStreamsAreThreeDifferentPipesEvenIfTheParentHasNone) {
-  std::fflush(nullptr);
-  std::vector<posix::Descriptor> kept;
-  for (const int number : {0, 1, 2}) {
-    kept.emplace_back(::fcntl(number, F_DUPFD_CLOEXEC, 10));
-    ::close(number);
+// A process without standard streams, as some service managers start it.
+class WithoutStandardStreams {
+ public:
+  WithoutStandardStreams() {
+    std::fflush(nullptr);
+    for (const int number : {0, 1, 2}) {
+      kept_.emplace_back(::fcntl(number, F_DUPFD_CLOEXEC, 10));
+      ::close(number);
+    }
   }
-  const std::string shown = outputOf("/bin/sh", {"-c", "readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2"});
-  for (int number = 0; number < 3; ++number) ::dup2(kept[static_cast<std::size_t>(number)].get(), number);
+  WithoutStandardStreams(const WithoutStandardStreams&) = delete;
+  WithoutStandardStreams& operator=(const WithoutStandardStreams&) = delete;
+  ~WithoutStandardStreams() {
+    for (int number = 0; number < 3; ++number) ::dup2(kept_[static_cast<std::size_t>(number)].get(), number);
+  }
+
+ private:
+  std::vector<posix::Descriptor> kept_;
+};
+
+TEST_F(ChildProcessContractPosixLaunch, NoPipeOfAChildBecomesAStandardStreamOfTheParent) {
+  support::ChildRecorder recorder;
+  std::vector<bool> taken;
+  {
+    const WithoutStandardStreams closed;
+    const auto child = launcher_.launch(recorder.shell("echo $$; read -r line"));
+    for (const int number : {0, 1, 2}) taken.push_back(::fcntl(number, F_GETFD) != -1);
+  }
+  EXPECT_EQ(taken, (std::vector<bool>{false, false, false}));
+  ASSERT_TRUE(recorder.waitFor([](const auto& record) { return record.output.ends_with('\n'); }));
+  ASSERT_EQ(::kill(std::stoi(recorder.record().output), SIGTERM), 0);
+  EXPECT_TRUE(recorder.waitForRelease());
+}
+
+TEST_F(ChildProcessContractPosixLaunch, TheStandardStreamsAreThreeDifferentPipesEvenIfTheParentHasNone) {
+  std::string shown;
+  {
+    const WithoutStandardStreams closed;
+    shown = outputOf("/bin/sh", {"-c", "readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2"});
+  }
   std::istringstream lines(shown);
   std::string input;
   std::string output;

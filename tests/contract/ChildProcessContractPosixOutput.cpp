@@ -105,7 +105,7 @@ TEST_F(ChildProcessContractPosixOutput, EverythingTheChildWroteComesBeforeItsTer
 }
 
 TEST_F(ChildProcessContractPosixOutput, ADescendantThatWritesWithoutPauseDoesNotHoldUpTheTermination) {
-  start(recorder_.shell("yes descendant & echo own $!; exit 2", [] { std::this_thread::sleep_for(1ms); }));
+  start(recorder_.shell("yes descendant & echo own $!; exit 2", [] { std::this_thread::sleep_for(20ms); }));
   ASSERT_TRUE(recorder_.waitForTermination());
   const auto record = recorder_.record();
   EXPECT_EQ(record.terminations, std::vector<int>{2});
