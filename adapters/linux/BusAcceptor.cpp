@@ -96,7 +96,9 @@ bool BusAcceptor::prepareFeed() {
 }
 
 void BusAcceptor::take(posix::Descriptor client) {
-  auto connection = std::make_shared<BusConnection>(doorbell_);
+  const auto caller = CallingClient::ofSocket(client.get());
+  if (!caller) return;
+  auto connection = std::make_shared<BusConnection>(doorbell_, *caller);
   const auto channel = std::make_shared<BusChannel>(connection, *this);
   // Besides the channels there are the thread itself and connections without a channel.
   doorbell_->makeRoomFor(channels_.size() + 3);

@@ -17,7 +17,8 @@ constexpr std::size_t unfinishedByteLimit = wire::messageSizeLimit;
 
 }  // namespace
 
-BusConnection::BusConnection(std::shared_ptr<BusDoorbell> doorbell) : doorbell_(std::move(doorbell)) {}
+BusConnection::BusConnection(std::shared_ptr<BusDoorbell> doorbell, CallingClient client)
+    : doorbell_(std::move(doorbell)), client_(client) {}
 
 void BusConnection::setRemoteObjectInterface(const Interface& interface) {
   const std::scoped_lock lock(mutex_);
@@ -167,6 +168,7 @@ void BusConnection::perform(const HelperCall& call, const std::shared_ptr<ReplyB
     object = exportedObject_;
   }
   if (object == nullptr) return;
+  const CallingClient::Scope onBehalfOf(client_);
   try {
     call.perform(*object, block);
   } catch (const std::exception&) {

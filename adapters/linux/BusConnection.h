@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "adapters/linux/BusDoorbell.h"
+#include "adapters/linux/CallingClient.h"
 #include "adapters/linux/HelperCall.h"
 #include "adapters/linux/OutgoingQueue.h"
 #include "adapters/linux/SerialExecutor.h"
@@ -23,7 +24,8 @@ namespace wicket::linux_adapter {
 /// OutgoingQueue::limit is reached.
 class BusConnection final : public Connection, public std::enable_shared_from_this<BusConnection> {
  public:
-  explicit BusConnection(std::shared_ptr<BusDoorbell> doorbell);
+  /// @p client is whom the kernel named when the connection was made.
+  BusConnection(std::shared_ptr<BusDoorbell> doorbell, CallingClient client);
 
   void setRemoteObjectInterface(const Interface& interface) override;
   void setExportedInterface(const Interface& interface) override;
@@ -77,6 +79,7 @@ class BusConnection final : public Connection, public std::enable_shared_from_th
   void runHandler();
 
   const std::shared_ptr<BusDoorbell> doorbell_;
+  const CallingClient client_;
   OutgoingQueue outgoing_;
   SerialExecutor executor_;
 

@@ -24,10 +24,11 @@ class ProcessReference : public AuthorizationReference {
 };
 
 /// A client may be authorized as itself only: everybody can name a process of root, to whom polkit
-/// grants all. A client that is root needs no such trick.
+/// grants all. A client that is root needs no such trick. Outside a client's call nobody may be named.
 bool mayBeNamedByTheCaller(const wire::AuthorizationToken& token) {
   const auto client = CallingClient::current();
-  if (!client || client->uid == 0) return true;
+  if (!client) return false;
+  if (client->uid == 0) return true;
   return std::cmp_equal(client->pid, token.pid) && client->uid == token.uid;
 }
 

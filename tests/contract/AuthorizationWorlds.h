@@ -6,7 +6,9 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <unistd.h>
 
+#include "adapters/linux/CallingClient.h"
 #include "adapters/linux/PolkitAuthorizationServices.h"
 #include "adapters/linux/ProcessIdentity.h"
 #include "tests/doubles/ScriptedAuthorizationServices.h"
@@ -104,6 +106,8 @@ class PolkitWorld : public AuthorizationWorld {
   std::unique_ptr<support::PolkitSandbox> sandbox_;
   support::UserProcess client_;
   std::unique_ptr<support::PolkitAgent> agent_;
+  // The calls of these tests come from root, who may name any client.
+  const linux_adapter::CallingClient::Scope caller_{{::getpid(), 0}};
   linux_adapter::PolkitAuthorizationServices services_;
 };
 
