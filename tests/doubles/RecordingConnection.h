@@ -56,10 +56,16 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
       for (auto& call : held_) jobs_.push_back(std::move(call));
       held_.clear();
     }
+    if (hasClientGone()) end();
     runIfAtOnce();
   }
   void invalidate() override {
     record("invalidate");
+    {
+      const std::scoped_lock lock(mutex_);
+      if (!invalidated_) isCut_ = true;
+      held_.clear();
+    }
     end();
   }
   std::shared_ptr<AppProtocol> remoteObjectProxy() override {
@@ -114,20 +120,28 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
 
   /// @name What the client does
   /// @{
-  /// A call of the client: waits for resume(), is lost once the connection is invalidated.
+  /// A call of the client: waits for resume(), and is lost unless it has started when invalidate() is
+  /// called.
   void send(std::function<void(HelperProtocol&)> call) {
     {
       const std::scoped_lock lock(mutex_);
-      if (invalidated_) return;
+      if (invalidated_ || isClientGone_) return;
       auto job = [this, action = std::move(call)] {
-        if (HelperProtocol* object = exportedObject(); object != nullptr && !isInvalidated()) action(*object);
+        if (HelperProtocol* object = exportedObject(); object != nullptr && !isCut()) action(*object);
       };
       (resumed_ ? jobs_ : held_).emplace_back(std::move(job));
     }
     runIfAtOnce();
   }
-  /// The client closes its end.
-  void close() { end(); }
+  /// The client closes its end. What it sent before still reaches the exported object.
+  void close() {
+    {
+      const std::scoped_lock lock(mutex_);
+      isClientGone_ = true;
+      if (!resumed_) return;
+    }
+    end();
+  }
   /// @}
 
  private:
@@ -154,11 +168,18 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
     const std::scoped_lock lock(mutex_);
     return exportedObject_;
   }
+  bool hasClientGone() const {
+    const std::scoped_lock lock(mutex_);
+    return isClientGone_;
+  }
+  bool isCut() const {
+    const std::scoped_lock lock(mutex_);
+    return isCut_;
+  }
   void end() {
     {
       const std::scoped_lock lock(mutex_);
       if (std::exchange(invalidated_, true)) return;
-      held_.clear();
       jobs_.emplace_back([this] { runHandler(); });
     }
     runIfAtOnce();
@@ -181,6 +202,8 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
   bool exportsAppProtocol_ = true;
   bool resumed_ = false;
   bool invalidated_ = false;
+  bool isCut_ = false;
+  bool isClientGone_ = false;
   bool draining_ = false;
   int capacityWaits_ = 0;
   HelperProtocol* exportedObject_ = nullptr;

@@ -64,10 +64,12 @@ class VirtualMainQueue : public MainQueue {
     VirtualTimer(std::weak_ptr<State> state, std::chrono::nanoseconds due, std::function<void()> action)
         : deadline(due), handler(std::move(action)), state_(std::move(state)) {}
     void cancel() override {
+      std::function<void()> released;  // outside the lock: it may own anything
       const auto state = state_.lock();
       if (!state) return;
       const std::scoped_lock lock(state->mutex);
       std::erase_if(state->timers, [this](const auto& timer) { return timer.get() == this; });
+      released.swap(handler);
     }
 
     const std::chrono::nanoseconds deadline;
