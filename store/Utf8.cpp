@@ -2,6 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "store/Utf8.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace wicket {
 namespace {
 
@@ -23,6 +26,18 @@ constexpr Lead leadOf(unsigned char byte) {
   return {0, 0, 0};
 }
 
+/// How many bytes at the start are surely ASCII, counted eight at a time: most of what scripts write.
+std::size_t asciiLength(std::string_view text) {
+  constexpr std::uint64_t highBits = 0x8080808080808080U;
+  std::uint64_t bytes = 0;
+  std::size_t length = 0;
+  for (; length + sizeof bytes <= text.size(); length += sizeof bytes) {
+    std::memcpy(&bytes, text.data() + length, sizeof bytes);
+    if ((bytes & highBits) != 0) break;
+  }
+  return length;
+}
+
 constexpr bool isSurrogate(char32_t value) { return value >= 0xD800 && value <= 0xDFFF; }
 
 }  // namespace
@@ -41,12 +56,13 @@ Utf8::Scalar Utf8::first(std::string_view text) {
 }
 
 bool Utf8::isValid(std::string_view text) {
-  while (!text.empty()) {
+  for (;;) {
+    text.remove_prefix(asciiLength(text));
+    if (text.empty()) return true;
     const Scalar scalar = first(text);
     if (!scalar.isValid) return false;
     text.remove_prefix(scalar.length);
   }
-  return true;
 }
 
 }  // namespace wicket

@@ -43,6 +43,9 @@ char32_t decode(std::string_view character) {
   return value;
 }
 
+/// U+0000, or the first byte of a character from U+F000 on: every noncharacter is one of those.
+bool mayNotTravel(char byte) { return byte == '\0' || static_cast<unsigned char>(byte) >= 0xEF; }
+
 bool isNoncharacter(char32_t value) { return (value >= 0xFDD0 && value <= 0xFDEF) || (value & 0xFFFEU) == 0xFFFE; }
 
 }  // namespace
@@ -62,7 +65,12 @@ std::string signature(std::span<const ArgumentType> types) {
 std::string travellingText(std::string_view text) {
   std::string result;
   result.reserve(text.size());
-  while (!text.empty()) {
+  for (;;) {
+    // Long output comes this way: whatever surely travels as it is goes in one piece.
+    const auto plain = static_cast<std::size_t>(std::ranges::find_if(text, mayNotTravel) - text.begin());
+    result.append(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) return result;
     const std::string_view character = text.substr(0, characterLength(byteAt(text, 0)));
     text.remove_prefix(character.size());
     const char32_t value = decode(character);
@@ -74,7 +82,6 @@ std::string travellingText(std::string_view text) {
       result += character;
     }
   }
-  return result;
 }
 
 }  // namespace wicket::wire

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -84,6 +85,11 @@ RawClient::RawClient(const std::string& socketPath) : socket_(::socket(AF_UNIX, 
 
 RawClient::~RawClient() {
   if (socket_ >= 0) ::close(socket_);
+}
+
+void RawClient::giveUpSendingAfter(std::chrono::milliseconds time) const {
+  const timeval limit{time.count() / 1000, time.count() % 1000 * 1000};
+  ::setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
 bool RawClient::send(std::string_view bytes) {

@@ -31,6 +31,8 @@ class RawClient {
   ~RawClient();
 
   [[nodiscard]] bool isConnected() const { return socket_ >= 0; }
+  /// From now on send() stops when the other side takes nothing for that long.
+  void giveUpSendingAfter(std::chrono::milliseconds time) const;
   /// Whether all bytes went out.
   bool send(std::string_view bytes);
   /// Authenticates as root, up to and including BEGIN. Whether the other side agreed.

@@ -1,0 +1,226 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <array>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "tests/integration/IntegrationTest.h"
+#include "tests/support/RawClient.h"
+#include "wire/BusNames.h"
+
+namespace wicket::integration {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_view_literals;
+using support::DBusBytes;
+using support::RawClient;
+using ::testing::HasSubstr;
+
+constexpr char version[] = "getVersionWithCompletion_";
+constexpr char removeByName[] = "uninstallScriptWithFilename_completion_";
+
+class HostileClientTest : public IntegrationTest {
+ protected:
+  /// A helper that runs and a client that it serves.
+  void SetUp() override {
+    IntegrationTest::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    genuine_ = connectAndGreet();
+    helper_ = helperPid();
+  }
+  /// Whatever happened, the same process still serves both the old client and a new one.
+  void TearDown() override {
+    if (genuine_ != nullptr) {
+      EXPECT_EQ(helperPid(), helper_);
+      expectServed(*genuine_);
+      expectServed(*connect());
+    }
+    genuine_.reset();
+    IntegrationTest::TearDown();
+  }
+  static void expectServed(BusClient& client) {
+    const auto reply = client.await(client.startVersion());
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->text, "9417");
+  }
+  static std::unique_ptr<RawClient> authenticated() {
+    auto client = std::make_unique<RawClient>(wire::socketPath);
+    if (!client->isConnected() || !client->authenticate()) throw std::runtime_error("the handshake failed");
+    return client;
+  }
+  /// A client that sends these bytes after the handshake loses its connection.
+  static void expectCutAfter(std::string_view bytes) {
+    const auto client = authenticated();
+    EXPECT_TRUE(client->send(bytes));
+    EXPECT_TRUE(client->isClosedWithin(3s));
+  }
+  BusClient& genuine() { return *genuine_; }
+  pid_t helper() const { return helper_; }
+
+ private:
+  std::unique_ptr<BusClient> genuine_;
+  pid_t helper_ = 0;
+};
+
+TEST_F(HostileClientTest, MessagesMadeByHandAreAnswered) {
+  const auto client = authenticated();
+  EXPECT_TRUE(client->send(DBusBytes::methodCall(7, version, "", "")));
+  EXPECT_THAT(client->receive(500ms), HasSubstr("9417"));
+}
+
+TEST_F(HostileClientTest, ANameThatIsNotUtf8CutsTheConnectionAndRunsNothing) {
+  addScript("stays.sh", "#!/bin/bash\n");
+  expectCutAfter(DBusBytes::methodCall(1, removeByName, "s", DBusBytes::string("stays.sh\xFF")));
+  EXPECT_TRUE(std::filesystem::exists(scriptFolder + "stays.sh"));
+}
+
+TEST_F(HostileClientTest, ANullInsideANameCutsTheConnectionAndRunsNothing) {
+  addScript("stays.sh", "#!/bin/bash\n");
+  expectCutAfter(DBusBytes::methodCall(1, removeByName, "s", DBusBytes::string("stays.sh\0x"sv)));
+  EXPECT_TRUE(std::filesystem::exists(scriptFolder + "stays.sh"));
+}
+
+TEST_F(HostileClientTest, AStringLongerThanItsMessageCutsTheConnection) {
+  expectCutAfter(DBusBytes::methodCall(1, removeByName, "s", DBusBytes::number(1'000'000) + "short"));
+}
+
+TEST_F(HostileClientTest, GarbageInsteadOfAHandshakeCutsTheConnection) {
+  for (const auto bytes : {"GET / HTTP/1.1\r\n\r\n"sv, "\x16\x03\x01\x02\x00\x01\x00\x01"sv, "\r\n\r\n"sv}) {
+    RawClient client(wire::socketPath);
+    static_cast<void>(client.send(bytes));
+    EXPECT_TRUE(client.isClosedWithin(3s));
+  }
+}
+
+TEST_F(HostileClientTest, GarbageAfterTheHandshakeCutsTheConnection) {
+  expectCutAfter("this is no D-Bus message at all, whatever it may be");
+}
+
+TEST_F(HostileClientTest, AMessageThatAnnouncesMoreThanItMayHoldCutsTheConnection) {
+  const auto before = ProcessInspection::residentBytes(helper());
+  for (const std::uint32_t length : {0x7FFFFFFFU, 0xFFFFFFFFU, 64U << 20U, 2U << 20U}) {
+    auto message = DBusBytes::methodCall(1, version, "", "");
+    message.replace(4, 4, DBusBytes::number(length));
+    expectCutAfter(message);
+  }
+  EXPECT_LT(ProcessInspection::residentBytes(helper()), before + (isSanitized ? 64U << 20U : 4U << 20U));
+}
+
+TEST_F(HostileClientTest, AHandshakeThatIsNotFinishedIsDroppedAfterFiveSeconds) {
+  RawClient silent(wire::socketPath);
+  RawClient half(wire::socketPath);
+  EXPECT_TRUE(half.send("\0AUTH EXTERNAL 30\r\nNEGOTIATE_"sv));
+  const auto began = Clock::now();
+  EXPECT_FALSE(silent.isClosedWithin(4500ms));
+  EXPECT_FALSE(half.isClosedWithin(0ms));
+  EXPECT_TRUE(half.isClosedWithin(2s));
+  EXPECT_TRUE(silent.isClosedWithin(2s));
+  EXPECT_LT(Clock::now() - began, 6s);
+}
+
+TEST_F(HostileClientTest, AHandshakeSentByteByByteDoesNotOutliveFiveSecondsEither) {
+  RawClient slow(wire::socketPath);
+  const auto began = Clock::now();
+  bool isOpen = slow.send("\0"sv);
+  while (isOpen && Clock::now() < began + 10s) {
+    isOpen = slow.send("A") && !slow.isClosedWithin(200ms);
+  }
+  EXPECT_FALSE(isOpen);
+  EXPECT_LT(Clock::now() - began, 6s);
+}
+
+TEST_F(HostileClientTest, WrongTypesAreAnErrorAndNothingRuns) {
+  const auto expectError = [&](BusClient::Serial serial) {
+    const auto reply = genuine().await(serial);
+    ASSERT_TRUE(reply);
+    EXPECT_THAT(reply->error, HasSubstr("org.freedesktop.DBus.Error."));
+  };
+  addScript("stays.sh", "#!/bin/bash\necho > /run/was-started\n");
+  expectError(genuine().start("runCommandWithFilename_arguments_completion_", [](sd_bus_message* message) {
+    return sd_bus_message_append(message, "ss", "stays.sh", "x");
+  }));
+  expectError(genuine().start("runCommandWithFilename_arguments_completion_",
+                              [](sd_bus_message* message) { return sd_bus_message_append(message, "s", "stays.sh"); }));
+  expectError(genuine().start("uninstallScriptWithFilename_completion_",
+                              [](sd_bus_message* message) { return sd_bus_message_append(message, "o", "/stays"); }));
+  expectError(genuine().start("installScriptAt_authData_completion_", [](sd_bus_message* message) {
+    return sd_bus_message_append(message, "ss", "/a,/b", "data");
+  }));
+  expectError(genuine().start("uninstallWithAll_",
+                              [](sd_bus_message* message) { return sd_bus_message_append(message, "b", 1); }));
+  expectError(
+      genuine().start(version, [](sd_bus_message* message) { return sd_bus_message_append(message, "s", "x"); }));
+  EXPECT_TRUE(std::filesystem::exists(scriptFolder + "stays.sh"));
+  EXPECT_FALSE(std::filesystem::exists("/run/was-started"));
+}
+
+TEST_F(HostileClientTest, UnknownMembersAreAnError) {
+  for (const char* member : {"getVersion", "getVersionWithCompletion", "logWithStdOut_", "x"}) {
+    const auto reply = genuine().await(genuine().start(member, [](sd_bus_message*) { return 0; }));
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->error, "org.freedesktop.DBus.Error.UnknownMethod") << member;
+  }
+}
+
+TEST_F(HostileClientTest, TenThousandConnectionsLeaveNothingBehind) {
+  const auto descriptors = ProcessInspection::descriptorCount(helper());
+  const auto threads = ProcessInspection::threadCount(helper());
+  const auto memory = ProcessInspection::residentBytes(helper());
+  for (int i = 0; i < 10'000; ++i) {
+    RawClient client(wire::socketPath);
+    ASSERT_TRUE(client.isConnected()) << i;
+    if (i % 1000 == 0) expectServed(genuine());
+  }
+  expectServed(genuine());
+  EXPECT_TRUE(eventually([&] { return ProcessInspection::descriptorCount(helper()) <= descriptors + 2; }));
+  EXPECT_TRUE(eventually([&] { return ProcessInspection::threadCount(helper()) <= threads + 2; }));
+  EXPECT_LT(ProcessInspection::residentBytes(helper()), memory + (isSanitized ? 256U << 20U : 16U << 20U));
+}
+
+TEST_F(HostileClientTest, TwoThousandClientsThatSayWhoTheyAreAndGoLeaveNothingOpen) {
+  const auto descriptors = ProcessInspection::descriptorCount(helper());
+  const auto threads = ProcessInspection::threadCount(helper());
+  const auto memory = ProcessInspection::residentBytes(helper());
+  for (int i = 0; i < 2'000; ++i) {
+    const auto client = authenticated();
+    ASSERT_TRUE(client->send(DBusBytes::methodCall(1, version, "", "")));
+  }
+  expectServed(genuine());
+  EXPECT_TRUE(eventually([&] { return ProcessInspection::descriptorCount(helper()) <= descriptors + 2; }));
+  EXPECT_TRUE(eventually([&] { return ProcessInspection::threadCount(helper()) <= threads + 2; }));
+  EXPECT_LT(ProcessInspection::residentBytes(helper()), memory + (isSanitized ? 256U << 20U : 16U << 20U));
+}
+
+TEST_F(HostileClientTest, AThousandSilentConnectionsDoNotKeepAGenuineClientOut) {
+  std::vector<std::unique_ptr<RawClient>> silent;
+  for (int i = 0; i < 200; ++i) silent.push_back(std::make_unique<RawClient>(wire::socketPath));
+  const auto asked = Clock::now();
+  expectServed(*connect());
+  EXPECT_LT(Clock::now() - asked, 1s);
+  for (int i = 0; i < 800; ++i) silent.push_back(std::make_unique<RawClient>(wire::socketPath));
+  // The silent ones go after 5 s at the latest and make room.
+  const auto late = connect();
+  const auto reply = late->await(late->startVersion(), 30s);
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->text, "9417");
+}
+
+TEST_F(HostileClientTest, AClientThatAsksWithoutReadingTheAnswersMakesTheHelperNeitherGrowNorSlow) {
+  const auto memory = ProcessInspection::residentBytes(helper());
+  const auto client = authenticated();
+  client->giveUpSendingAfter(300ms);
+  std::string calls;
+  for (std::uint32_t i = 1; i <= 1000; ++i) calls += DBusBytes::methodCall(i, version, "", "");
+  bool isTaken = true;
+  for (const auto end = Clock::now() + 3s; isTaken && Clock::now() < end;) isTaken = client->send(calls);
+  EXPECT_FALSE(isTaken) << "nothing slowed the client down";
+  const auto asked = Clock::now();
+  expectServed(genuine());
+  EXPECT_LT(Clock::now() - asked, 1s);
+  EXPECT_LT(ProcessInspection::residentBytes(helper()), memory + (isSanitized ? 200U << 20U : 16U << 20U));
+}
+
+}  // namespace
+}  // namespace wicket::integration
