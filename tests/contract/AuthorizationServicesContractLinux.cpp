@@ -90,12 +90,21 @@ TEST_F(PolkitAuthorizationTest, AClientThatIsNotRootIsAuthorizedAsItselfOnly) {
   EXPECT_EQ(create(token), authorization_status::success);
 }
 
+TEST_F(PolkitAuthorizationTest, OutsideAClientsCallNobodyIsAuthorized) {
+  const AuthorizationToken token = world_.token();
+  auto status = std::async(std::launch::async, [&] { return create(token); });
+  EXPECT_EQ(status.get(), authorization_status::denied);
+}
+
 TEST_F(PolkitAuthorizationTest, AClientThatEndsWhileTheUserIsAskedIsDenied) {
   world_.startAgent(PolkitAgent::Behaviour::authenticates, std::chrono::milliseconds(300));
   const auto held = reference();
   ASSERT_NE(held, nullptr);
   auto status = std::async(std::launch::async, [&] { return ask(*held); });
-  while (world_.agent().numberOfQuestions() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  while (status.wait_for(std::chrono::milliseconds(5)) != std::future_status::ready &&
+         world_.agent().numberOfQuestions() == 0) {
+  }
+  EXPECT_EQ(world_.agent().numberOfQuestions(), 1);
   world_.client().endUnnoticed();
   EXPECT_EQ(status.get(), authorization_status::denied);
 }

@@ -2,23 +2,25 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include <chrono>
+#include <map>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace wicket::support {
 
-/// Stands where the journal's socket is and keeps the entries that arrive, each as it was sent: lines of
-/// KEY=value.
+/// The journal's end of its socket, at the place where programs look for it. Only inside a private
+/// namespace in which /run has been replaced (PrivateFolders).
 class JournalSocket {
  public:
-  explicit JournalSocket(const std::string& path = "/run/systemd/journal/socket");
+  using Entry = std::map<std::string, std::string>;
+
+  JournalSocket();
   JournalSocket(const JournalSocket&) = delete;
   JournalSocket& operator=(const JournalSocket&) = delete;
   ~JournalSocket();
 
-  /// The next entry's lines; empty when none comes in time.
-  [[nodiscard]] std::vector<std::string> next(std::chrono::milliseconds timeout) const;
+  /// The next entry by field; none when none has arrived yet.
+  [[nodiscard]] std::optional<Entry> receive();
 
  private:
   int socket_;
