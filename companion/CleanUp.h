@@ -2,7 +2,6 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -14,10 +13,6 @@ namespace wicket::companion {
 /// this arrives as it was sent.
 namespace clean_up {
 
-inline constexpr std::size_t longestPath = 1024;
-
-[[nodiscard]] bool isWhitespace(char32_t scalar);
-[[nodiscard]] bool isNewline(char32_t scalar);
 /// The first character that would cut @p text, a comma included. None when there is none; @p text must be
 /// UTF-8.
 [[nodiscard]] std::optional<char32_t> firstMangledCharacter(std::string_view text);

@@ -4,13 +4,16 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <systemd/sd-login.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 #include "companion/AuthorizationRequest.h"
 #include "companion/Descriptor.h"
@@ -45,12 +48,22 @@ void endProcess(pid_t process) {
   }
 }
 
+/// Whether polkit places this process in a login session, found the way polkit finds it. Only there can another
+/// agent wait, and only there does polkit 122 consider an agent that is a fallback.
+bool isInSession() {
+  char* session = nullptr;
+  const bool found = sd_pid_get_session(0, &session) >= 0 || sd_uid_get_display(::getuid(), &session) >= 0;
+  std::free(session);
+  return found;
+}
+
 std::expected<pid_t, int> spawn(const std::string& executable, const std::string& subject, const Descriptor& notify) {
   constexpr int notifyDescriptor = 3;
-  std::array<std::string, 6> words{executable,  "--process", subject, "--notify-fd", std::to_string(notifyDescriptor),
-                                   "--fallback"};
-  std::array<char*, words.size() + 1> arguments{};
-  for (std::size_t index = 0; index < words.size(); ++index) arguments[index] = words[index].data();
+  std::vector<std::string> words{executable, "--process", subject, "--notify-fd", std::to_string(notifyDescriptor)};
+  if (isInSession()) words.emplace_back("--fallback");
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions{};
   if (const int error = ::posix_spawn_file_actions_init(&actions); error != 0) return std::unexpected(error);
   pid_t agent = -1;

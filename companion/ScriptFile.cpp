@@ -10,9 +10,10 @@
 #include <optional>
 #include <sys/stat.h>
 
-#include "companion/CleanUp.h"
 #include "companion/Descriptor.h"
-#include "companion/Utf8.h"
+#include "companion/DisplayText.h"
+#include "text/CharacterSet.h"
+#include "text/Utf8.h"
 
 namespace wicket::companion {
 
@@ -21,14 +22,14 @@ namespace {
 constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
 constexpr char writeFirstLine[] = "Make its first line name the tool that runs it, for example #!/bin/bash";
 
-/// The white space that separates the words of a "#!" line: unlike a path's, without U+200B.
-bool separatesWords(char32_t scalar) { return clean_up::isWhitespace(scalar) && scalar != 0x200B; }
+/// The white space that separates the words of a "#!" line.
+bool separatesWords(char32_t scalar) { return CharacterSet::tabAndSpaceSeparators().contains(scalar); }
 
 std::string firstWord(std::string_view text) {
   std::string word;
   while (!text.empty()) {
     const std::string_view before = text;
-    const auto scalar = takeScalar(text);
+    const auto scalar = Utf8::take(text);
     if (!scalar) break;
     if (!separatesWords(*scalar)) {
       word += before.substr(0, before.size() - text.size());
@@ -59,7 +60,7 @@ class TextScan {
     std::string_view rest = pending_;
     while (rest.size() >= needed) {
       const std::string_view before = rest;
-      const auto scalar = takeScalar(rest);
+      const auto scalar = Utf8::take(rest);
       if (!scalar) return false;
       const std::size_t length = before.size() - rest.size();
       position_ += length;
@@ -69,7 +70,7 @@ class TextScan {
     return true;
   }
   void take(char32_t scalar, std::string_view bytes) {
-    if (clean_up::isNewline(scalar)) {
+    if (CharacterSet::newlines().contains(scalar)) {
       lineBreak_ = scalar;
     } else {
       firstLine_ += bytes;

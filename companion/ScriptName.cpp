@@ -3,7 +3,9 @@
 #include "companion/ScriptName.h"
 
 #include "companion/CleanUp.h"
-#include "companion/Utf8.h"
+#include "companion/DisplayText.h"
+#include "text/CharacterSet.h"
+#include "text/Utf8.h"
 
 namespace wicket::companion {
 
@@ -14,8 +16,9 @@ constexpr char giveABareName[] = "Give the bare name of a script, as wicket list
 constexpr char giveAnotherName[] = "Choose another name with --name";
 
 std::optional<char32_t> firstControlCharacter(std::string_view text) {
-  while (const auto scalar = takeScalar(text)) {
-    if (*scalar < 0x20 || (*scalar >= 0x7F && *scalar < 0xA0) || clean_up::isNewline(*scalar)) return scalar;
+  while (const auto scalar = Utf8::take(text)) {
+    if (*scalar < 0x20 || (*scalar >= 0x7F && *scalar < 0xA0) || CharacterSet::newlines().contains(*scalar))
+      return scalar;
   }
   return std::nullopt;
 }
@@ -32,7 +35,7 @@ std::optional<Problem> problemWithBareName(std::string_view name) {
         "A name of " + std::to_string(name.size()) + " bytes is longer than the 255 that a file name can have",
         giveABareName};
   }
-  if (!isUtf8(name)) return Problem{start + " is not valid UTF-8", giveABareName};
+  if (!Utf8::isValid(name)) return Problem{start + " is not valid UTF-8", giveABareName};
   if (const auto control = firstControlCharacter(name)) {
     return Problem{start + " contains the control character " + characterName(*control), giveABareName};
   }

@@ -13,7 +13,7 @@
 
 #include "companion/CleanUp.h"
 #include "companion/Descriptor.h"
-#include "companion/Utf8.h"
+#include "companion/DisplayText.h"
 
 namespace wicket::companion {
 

@@ -4,7 +4,7 @@
 
 #include "clients/LogUtil.h"
 #include "script/FatalError.h"
-#include "store/Utf8.h"
+#include "text/Utf8.h"
 
 namespace wicket {
 

@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "store/CharacterSet.h"
 #include "store/StringPieces.h"
+#include "text/CharacterSet.h"
 
 namespace wicket {
 namespace {

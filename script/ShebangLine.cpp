@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-#include "store/CharacterSet.h"
 #include "store/StringPieces.h"
+#include "text/CharacterSet.h"
 
 namespace wicket {
 namespace {

@@ -4,11 +4,11 @@
 
 #include "script/FatalError.h"
 #include "script/ShebangLine.h"
-#include "store/CharacterSet.h"
 #include "store/FilePath.h"
 #include "store/StringPieces.h"
 #include "store/StringPredicates.h"
-#include "store/Utf8.h"
+#include "text/CharacterSet.h"
+#include "text/Utf8.h"
 
 namespace wicket {
 namespace {

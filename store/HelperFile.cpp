@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "store/StringPieces.h"
-#include "store/Utf8.h"
+#include "text/Utf8.h"
 
 namespace wicket {
 namespace {

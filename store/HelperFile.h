@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "store/CharacterSet.h"
+#include "text/CharacterSet.h"
 
 namespace wicket {
 

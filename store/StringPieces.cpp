@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "store/Utf8.h"
+#include "text/Utf8.h"
 
 namespace wicket {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "store/CharacterSet.h"
+#include "text/CharacterSet.h"
 
 namespace wicket {
 

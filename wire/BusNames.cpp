@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "text/Utf8.h"
+
 namespace wicket::wire {
 namespace {
 
@@ -24,23 +26,6 @@ std::string_view typeSignature(ArgumentType type) {
       return "x";
   }
   return {};
-}
-
-unsigned byteAt(std::string_view text, std::size_t index) { return static_cast<unsigned char>(text[index]); }
-
-/// Bytes of the character that starts with @p lead, in valid UTF-8.
-std::size_t characterLength(unsigned lead) {
-  if (lead < 0x80) return 1;
-  if (lead < 0xE0) return 2;
-  return lead < 0xF0 ? 3 : 4;
-}
-
-char32_t decode(std::string_view character) {
-  const unsigned lead = byteAt(character, 0);
-  if (character.size() == 1) return lead;
-  char32_t value = lead & (0x7FU >> character.size());
-  for (std::size_t i = 1; i < character.size(); ++i) value = (value << 6U) | (byteAt(character, i) & 0x3FU);
-  return value;
 }
 
 /// U+0000, or the first byte of a character from U+F000 on: every noncharacter is one of those.
@@ -71,13 +56,13 @@ std::string travellingText(std::string_view text) {
     result.append(text.substr(0, plain));
     text.remove_prefix(plain);
     if (text.empty()) return result;
-    const std::string_view character = text.substr(0, characterLength(byteAt(text, 0)));
-    text.remove_prefix(character.size());
-    const char32_t value = decode(character);
-    if (value == 0) {
-      result += symbolForNull;
-    } else if (isNoncharacter(value)) {
+    const auto [value, length, isValid] = Utf8::first(text);
+    const std::string_view character = text.substr(0, length);
+    text.remove_prefix(length);
+    if (!isValid || isNoncharacter(value)) {
       result += replacementCharacter;
+    } else if (value == 0) {
+      result += symbolForNull;
     } else {
       result += character;
     }

@@ -28,7 +28,8 @@ inline constexpr std::size_t messageSizeLimit = std::size_t{2} << 20U;
 [[nodiscard]] std::string signature(std::span<const ArgumentType> types);
 
 /// @p text as it can travel in a D-Bus string: U+0000 becomes U+2400 and the Unicode noncharacters,
-/// which libsystemd refuses, become U+FFFD. @p text must be valid UTF-8.
+/// which libsystemd refuses, become U+FFFD. Bytes that
+/// are not UTF-8 become U+FFFD, too.
 [[nodiscard]] std::string travellingText(std::string_view text);
 
 }  // namespace wicket::wire

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "companion/Utf8.h"
+#include "companion/DisplayText.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 

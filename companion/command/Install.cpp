@@ -5,10 +5,10 @@
 #include <sys/stat.h>
 
 #include "companion/AuthorizationRequest.h"
+#include "companion/DisplayText.h"
 #include "companion/ScriptFile.h"
 #include "companion/ScriptName.h"
 #include "companion/StagedScript.h"
-#include "companion/Utf8.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 #include "companion/command/HelperLine.h"

@@ -5,7 +5,8 @@
 #include <array>
 #include <cstdio>
 
-#include "companion/Utf8.h"
+#include "companion/DisplayText.h"
+#include "text/Utf8.h"
 
 namespace wicket::companion::command {
 
@@ -25,7 +26,7 @@ std::string jsonString(std::string_view text) {
   std::string result = "\"";
   while (!text.empty()) {
     const std::string_view before = text;
-    const auto scalar = takeScalar(text);
+    const auto scalar = Utf8::take(text);
     if (!scalar) {
       text.remove_prefix(1);
       result += "\xEF\xBF\xBD";

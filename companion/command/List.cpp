@@ -6,11 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "companion/DisplayText.h"
 #include "companion/ScriptFolder.h"
-#include "companion/Utf8.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 #include "companion/command/Json.h"
+#include "text/Utf8.h"
 
 namespace wicket::companion::command {
 
@@ -41,7 +42,7 @@ std::string shown(const std::string& name) {
 /// Terminal columns, taken as one per character.
 std::size_t widthOf(std::string_view text) {
   std::size_t width = 0;
-  while (takeScalar(text)) ++width;
+  while (Utf8::take(text)) ++width;
   return width;
 }
 

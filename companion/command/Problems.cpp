@@ -20,8 +20,9 @@ Problem interactionImpossible(std::optional<PolkitTextAgent::Absence> absence) {
         std::string(start) + PolkitTextAgent::usualExecutable + " is missing and no polkit agent runs in this session",
         "Install the package polkitd"};
   }
-  return {std::string(start) + "no polkit agent could be started for this terminal",
-          "Check that polkit runs, with: systemctl status polkit"};
+  const char* const reason = absence ? "the polkit agent for this terminal could not be started"
+                                     : "polkit does not use the agent that runs on this terminal";
+  return {std::string(start) + reason, "Check that polkit runs, with: systemctl status polkit"};
 }
 
 }  // namespace

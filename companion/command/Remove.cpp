@@ -2,8 +2,8 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <sys/stat.h>
 
+#include "companion/DisplayText.h"
 #include "companion/ScriptName.h"
-#include "companion/Utf8.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 

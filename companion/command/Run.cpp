@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "companion/DisplayText.h"
 #include "companion/ScriptName.h"
-#include "companion/Utf8.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 #include "companion/command/Interruption.h"

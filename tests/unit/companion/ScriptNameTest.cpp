@@ -5,7 +5,7 @@
 
 #include "companion/CleanUp.h"
 #include "companion/ScriptName.h"
-#include "companion/Utf8.h"
+#include "companion/DisplayText.h"
 
 namespace wicket::companion {
 namespace {

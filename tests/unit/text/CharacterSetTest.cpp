@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "store/CharacterSet.h"
+#include "text/CharacterSet.h"
 
 namespace wicket {
 namespace {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "store/Utf8.h"
+#include "text/Utf8.h"
 
 namespace wicket {
 namespace {

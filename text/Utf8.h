@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string_view>
 
 namespace wicket {
@@ -19,6 +20,9 @@ struct Utf8 {
   /// The character that @p text, which must not be empty, begins with. A byte that begins none is
   /// an invalid U+FFFD of one byte, so that going through any bytes comes to their end.
   [[nodiscard]] static Scalar first(std::string_view text);
+  /// Takes the first character off @p rest. None, and @p rest stays as it is, when it is empty or
+  /// begins with no character.
+  [[nodiscard]] static std::optional<char32_t> take(std::string_view& rest);
   [[nodiscard]] static bool isValid(std::string_view text);
 };
 

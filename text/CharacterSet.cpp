@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include "store/CharacterSet.h"
+#include "text/CharacterSet.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include "store/Utf8.h"
+#include "text/Utf8.h"
 
 #include <cstdint>
 #include <cstring>
@@ -53,6 +53,14 @@ Utf8::Scalar Utf8::first(std::string_view text) {
   }
   if (value < lead.smallest || value > 0x10FFFF || isSurrogate(value)) return invalid;
   return {value, lead.length, true};
+}
+
+std::optional<char32_t> Utf8::take(std::string_view& rest) {
+  if (rest.empty()) return std::nullopt;
+  const Scalar scalar = first(rest);
+  if (!scalar.isValid) return std::nullopt;
+  rest.remove_prefix(scalar.length);
+  return scalar.value;
 }
 
 bool Utf8::isValid(std::string_view text) {
