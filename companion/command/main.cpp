@@ -22,9 +22,10 @@ int runProgram(int count, char** words) {
   context.connection.cancelDescriptor = interruption.descriptor();
   context.inputIsTerminal = ::isatty(STDIN_FILENO) == 1;
   const int status = command::runCommandLine({words + (count > 0 ? 1 : 0), words + count}, context);
-  if (!output.hasFailed() || status != command::exit_status::success) return status;
+  if (!output.hasFailed()) return status;
   output.printProblem({"Standard output could not be written", "Check the disk that it goes to"});
-  return command::exit_status::failure;
+  // A script's own status, or that of a failure, still says more.
+  return status == command::exit_status::success ? command::exit_status::failure : status;
 }
 
 }  // namespace
