@@ -159,6 +159,7 @@ int FakeHelper::answer(sd_bus_message* call) {
   for (const std::string& line : behaviour_.linesAfterReply) sendLine(bus, line);
   if (!behaviour_.laterReportComesFirst && behaviour_.laterReport)
     sendLaterReport(bus, serial, *behaviour_.laterReport);
+  if (behaviour_.laterReport) ++*behaviour_.laterReport;
   isCut_ = behaviour_.cutsAfterReply;
   return 1;
 }

@@ -21,7 +21,7 @@ class FakeHelper {
     std::vector<std::string> linesBeforeReply{};
     std::int64_t code = 0;
     std::vector<std::string> linesAfterReply{};
-    std::optional<std::int64_t> laterReport{};
+    std::optional<std::int64_t> laterReport{};  ///< of the first request; that of each further one is 1 higher
     bool laterReportComesFirst = false;
     bool cutsBeforeReply = false;
     bool cutsAfterReply = false;

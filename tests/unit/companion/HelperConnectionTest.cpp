@@ -76,7 +76,7 @@ TEST(HelperConnectionTest, ALaterReportThatArrivesDuringAnotherCallIsKeptForItsR
   ASSERT_TRUE(first && second);
   EXPECT_NE(first->serial, second->serial);
   EXPECT_TRUE(connection.getVersion());
-  EXPECT_EQ(connection.waitForExit(*second), 5);
+  EXPECT_EQ(connection.waitForExit(*second), 6);
   EXPECT_EQ(connection.waitForExit(*first), 5);
 }
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "companion/CleanUp.h"
-#include "companion/ScriptName.h"
 #include "companion/DisplayText.h"
+#include "companion/ScriptName.h"
 
 namespace wicket::companion {
 namespace {
