@@ -258,6 +258,8 @@ void BusChannel::close() {
   sender_.forgetAll();
   bus_.reset();
   feed_.reset();
+  // A connection may be kept long after its end: it must not keep this channel's memory, too.
+  connection_->attach({});
   connection_->runOrphanedHandler();
   owner_.closed(*this);
 }
