@@ -25,6 +25,8 @@ namespace wicket::support {
 namespace {
 
 constexpr int firstPassedDescriptor = 3;
+/// A program that always ends without taking its connection is not started for ever.
+constexpr std::size_t startLimit = 50;
 
 int listeningSocket(const std::string& path) {
   const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
@@ -47,7 +49,9 @@ struct Environment {
   std::vector<std::string> texts;
   std::vector<char*> pointers;
 
-  Environment() : texts{"PATH=/usr/bin:/bin:/usr/sbin:/sbin", "LISTEN_FDS=1"} {
+  Environment()
+      : texts{std::string("PATH=") + SocketActivator::firstProgramFolder + ":/usr/bin:/bin:/usr/sbin:/sbin",
+              "LISTEN_FDS=1"} {
     for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"}) {
       if (const char* value = std::getenv(name)) texts.push_back(std::string(name) + "=" + value);
     }
@@ -123,7 +127,7 @@ bool SocketActivator::waitForEnds(std::size_t count, std::chrono::milliseconds t
 }
 
 void SocketActivator::serve() {
-  while (waitForConnection()) {
+  while (lives().size() < startLimit && waitForConnection()) {
     const pid_t pid = start();
     if (pid > 0) run(pid);
   }

@@ -21,6 +21,9 @@ class SocketActivator {
  public:
   using Clock = std::chrono::steady_clock;
 
+  /// The program looks here first for what it starts by name.
+  static constexpr char firstProgramFolder[] = "/run/programs";
+
   /// One process from its start to its end.
   struct Life {
     pid_t pid;

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+
+#include "tests/integration/IntegrationTest.h"
+#include "tests/support/PolkitAgent.h"
+#include "tests/support/PolkitSandbox.h"
+#include "tests/support/TokenOfProcess.h"
+#include "tests/support/UserProcess.h"
+
+namespace wicket::integration {
+namespace {
+
+using namespace std::chrono_literals;
+using Behaviour = support::PolkitAgent::Behaviour;
+
+constexpr char paths[] = "/var/tmp/source.sh,/var/orvane/job.sh";
+constexpr char malformed[] = "Invalid Authorization External Form Data";
+constexpr char denied[] = "Optional(The authorization was denied.)";
+constexpr char canceled[] = "Optional(The authorization was canceled by the user.)";
+constexpr char noInteraction[] = "Optional(The authorization was denied since no user interaction was possible.)";
+constexpr char unobtainable[] = "Optional(Unable to obtain authorization for this operation.)";
+
+class AuthorizationTest : public IntegrationTest {
+ protected:
+  void SetUp() override {
+    IntegrationTest::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    writeFile("/var/tmp/source.sh", "#!/bin/bash\n");
+  }
+  void TearDown() override {
+    agent_.reset();
+    // Born later and by a plain fork, it holds what keeps the sandbox running.
+    user_.reset();
+    polkit_.reset();
+    IntegrationTest::TearDown();
+  }
+
+  /// A process of an ordinary user, for whom polkit has to decide.
+  void startPolkit(const std::string& answer) {
+    polkit_ = support::PolkitSandbox::start(policyFile());
+    ASSERT_NE(polkit_, nullptr);
+    polkit_->setAnswer(answer);
+    user_.emplace();
+  }
+  void startAgent(Behaviour behaviour, std::chrono::milliseconds delay = {}) {
+    agent_ = support::PolkitAgent::start(user_->pid(), behaviour, delay);
+    ASSERT_NE(agent_, nullptr);
+  }
+  support::UserProcess& user() { return *user_; }
+  support::PolkitAgent& agent() { return *agent_; }
+  [[nodiscard]] std::vector<std::byte> userToken() const { return support::tokenOfProcess(user_->pid()); }
+
+  static void expectGranted(const std::vector<std::byte>& authorization) {
+    const auto client = connect();
+    EXPECT_EQ(client->awaitCode(client->startInstall(paths, authorization), 20s), 0);
+    EXPECT_EQ(client->log(), "");
+    EXPECT_TRUE(std::filesystem::exists("/var/orvane/job.sh"));
+  }
+  /// Refused with this message, and nothing on disk was touched.
+  static void expectRefused(const std::vector<std::byte>& authorization, const std::string& message) {
+    const auto earlier = addScript("job.sh", "earlier");
+    const auto client = connect();
+    EXPECT_EQ(client->awaitCode(client->startInstall(paths, authorization), 20s), 156);
+    EXPECT_TRUE(client->awaitLog(line::notAuthorized(message)));
+    EXPECT_EQ(client->log(), line::notAuthorized(message));
+    EXPECT_EQ(readFile(earlier), "earlier");
+  }
+
+ private:
+  std::unique_ptr<support::PolkitSandbox> polkit_;
+  std::optional<support::UserProcess> user_;
+  std::unique_ptr<support::PolkitAgent> agent_;
+};
+
+TEST_F(AuthorizationTest, DataOfTheWrongLengthIsInvalid) {
+  for (const std::size_t length : {0U, 1U, 31U, 33U, 1U << 20U}) {
+    SCOPED_TRACE(length);
+    expectRefused(std::vector<std::byte>(length, std::byte{0x57}), malformed);
+  }
+}
+
+TEST_F(AuthorizationTest, ARandomFormNamesNoLivingAuthorization) {
+  std::mt19937 generator(20261121);
+  for (int i = 0; i < 20; ++i) {
+    std::vector<std::byte> form(32);
+    for (std::byte& byte : form) byte = static_cast<std::byte>(generator());
+    expectRefused(form, denied);
+  }
+}
+
+TEST_F(AuthorizationTest, AFormOfAProcessThatIsGoneIsDenied) {
+  startPolkit("yes");
+  const auto token = userToken();
+  user().end();
+  expectRefused(token, denied);
+}
+
+TEST_F(AuthorizationTest, AFormWithAnotherStartTimeIsDenied) {
+  startPolkit("yes");
+  auto token = userToken();
+  token[16] ^= std::byte{1};
+  expectRefused(token, denied);
+}
+
+TEST_F(AuthorizationTest, WithoutPolkitNothingCanBeObtained) {
+  expectRefused(support::tokenOfProcess(::getpid()), unobtainable);
+}
+
+TEST_F(AuthorizationTest, ARuleThatSaysNoDenies) {
+  startPolkit("no");
+  expectRefused(userToken(), denied);
+}
+
+TEST_F(AuthorizationTest, ARuleThatSaysYesGrants) {
+  startPolkit("yes");
+  expectGranted(userToken());
+}
+
+TEST_F(AuthorizationTest, WithoutAnAgentNobodyCanBeAsked) {
+  startPolkit("default");
+  expectRefused(userToken(), noInteraction);
+}
+
+TEST_F(AuthorizationTest, AnAdministratorWhoAuthenticatesGrants) {
+  startPolkit("default");
+  startAgent(Behaviour::authenticates);
+  expectGranted(userToken());
+  EXPECT_EQ(agent().numberOfQuestions(), 1);
+  EXPECT_EQ(agent().message(), "Tolvern wants to install a privileged script in a safe location.");
+}
+
+TEST_F(AuthorizationTest, ADialogThatIsDismissedCancels) {
+  startPolkit("default");
+  startAgent(Behaviour::dismisses);
+  expectRefused(userToken(), canceled);
+}
+
+TEST_F(AuthorizationTest, AnOpenDialogHoldsUpNoOtherClientAndOnlyTheLaterCallsOfItsOwn) {
+  startPolkit("default");
+  startAgent(Behaviour::authenticates, 2s);
+  const auto other = connectAndGreet();
+  const auto client = connectAndGreet();
+  const auto began = Clock::now();
+  const auto installation = client->startInstall(paths, userToken());
+  const auto version = client->startVersion();
+  EXPECT_TRUE(eventually([&] { return agent().numberOfQuestions() == 1; }));
+  const auto asked = Clock::now();
+  ASSERT_TRUE(other->await(other->startVersion()));
+  EXPECT_LT(Clock::now() - asked, 500ms);
+  EXPECT_FALSE(client->hasReply(installation));
+  EXPECT_EQ(client->awaitCode(installation, 20s), 0);
+  EXPECT_GE(Clock::now() - began, 2s);
+  const auto reply = client->await(version);
+  ASSERT_TRUE(reply);
+  EXPECT_GE(reply->at - began, 2s) << "the calls of one client run one after the other";
+}
+
+TEST_F(AuthorizationTest, RemovingAndRunningNeedNoAuthorization) {
+  addScript("job.sh", "#!/bin/bash\n");
+  const auto client = connect();
+  EXPECT_EQ(client->awaitCode(client->startRun("job.sh")), 0);
+  EXPECT_EQ(client->awaitCode(client->startUninstallNamed("job.sh")), 0);
+}
+
+}  // namespace
+}  // namespace wicket::integration
