@@ -33,6 +33,7 @@ PrivilegedHelper::PrivilegedHelper(Platform& platform)
 void PrivilegedHelper::run() {
   listener_->resume();
   while (!shouldQuit_) platform_.mainQueue().run(passDuration);
+  listener_->finish();
 }
 
 bool PrivilegedHelper::shouldAcceptNewConnection(const std::shared_ptr<Connection>& connection) {

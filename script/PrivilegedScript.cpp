@@ -12,7 +12,7 @@ std::shared_ptr<PrivilegedScript> PrivilegedScript::create(FileManager& fileMana
                                                            std::optional<std::string> path, StringList arguments,
                                                            std::optional<std::string> shebang,
                                                            std::shared_ptr<Connection> connection) {
-  const std::shared_ptr<PrivilegedScript> script(new PrivilegedScript(fileManager, launcher, std::move(connection)));
+  std::shared_ptr<PrivilegedScript> script(new PrivilegedScript(fileManager, launcher, std::move(connection)));
   if (!script->TlvCoreScript::init(std::move(path), "", false)) return nullptr;
   script->setArguments(std::move(arguments));
   if (shebang) script->setShebang(std::move(shebang));

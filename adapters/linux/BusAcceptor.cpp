@@ -17,6 +17,8 @@ constexpr std::size_t undecidedLimit = 256;
 constexpr int clientsPerTurn = 64;
 /// How long to let be when the system is out of descriptors or memory.
 constexpr std::chrono::microseconds restTime = std::chrono::milliseconds(100);
+/// How long a client counts as a newcomer when the listener ends, and what it then gets to be served.
+constexpr std::chrono::microseconds graceTime = std::chrono::milliseconds(500);
 
 void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& connection) {
   bool isAccepted = false;
@@ -48,9 +50,39 @@ void BusAcceptor::start(sd_event* event) {
   clientsSource_.reset(source);
 }
 
+void BusAcceptor::finish(std::function<void()> done) {
+  clientsSource_.reset();
+  restTimer_.reset();
+  done_ = std::move(done);
+  for (const auto& [channel, owned] : channels_) {
+    if (channel->age() < graceTime && !channel->isAnswered()) newcomers_.insert(channel);
+  }
+  sd_event_source* timer = nullptr;
+  const bool canWait =
+      sd_event_add_time_relative(event_, &timer, CLOCK_MONOTONIC, static_cast<std::uint64_t>(graceTime.count()), 0,
+                                 &onGraceEnded, this) >= 0;
+  graceTimer_.reset(timer);
+  if (newcomers_.empty() || !canWait) endGrace();
+}
+
+int BusAcceptor::onGraceEnded(sd_event_source* /*source*/, std::uint64_t /*time*/, void* acceptor) {
+  static_cast<BusAcceptor*>(acceptor)->endGrace();
+  return 0;
+}
+
+void BusAcceptor::newcomerLeft(const BusChannel& channel) {
+  if (newcomers_.erase(&channel) > 0 && newcomers_.empty()) endGrace();
+}
+
+void BusAcceptor::endGrace() {
+  newcomers_.clear();
+  if (const auto done = std::exchange(done_, nullptr)) done();
+}
+
 void BusAcceptor::stop() {
   clientsSource_.reset();
   restTimer_.reset();
+  graceTimer_.reset();
   while (!channels_.empty()) {
     const std::shared_ptr<BusChannel> channel = channels_.begin()->second;
     channel->connection()->invalidate();
@@ -100,8 +132,8 @@ void BusAcceptor::take(posix::Descriptor client) {
   if (!caller) return;
   auto connection = std::make_shared<BusConnection>(doorbell_, *caller);
   const auto channel = std::make_shared<BusChannel>(connection, *this);
-  // Besides the channels there are the thread itself and connections without a channel.
-  doorbell_->makeRoomFor(channels_.size() + 3);
+  // Besides the channels there are the thread itself, the listener that ends and connections without a channel.
+  doorbell_->makeRoomFor(channels_.size() + 4);
   if (channel->open(event_, std::move(client), *std::exchange(nextFeed_, std::nullopt)) < 0) return rest();
   undecided_.insert(channel.get());
   channels_.emplace(channel.get(), channel);
@@ -136,6 +168,11 @@ void BusAcceptor::decided(BusChannel& channel) {
   if (clientsSource_) listenForClients();
 }
 
-void BusAcceptor::closed(BusChannel& channel) { channels_.erase(&channel); }
+void BusAcceptor::answered(BusChannel& channel) { newcomerLeft(channel); }
+
+void BusAcceptor::closed(BusChannel& channel) {
+  newcomerLeft(channel);
+  channels_.erase(&channel);
+}
 
 }  // namespace wicket::linux_adapter

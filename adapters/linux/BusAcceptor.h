@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <systemd/sd-event.h>
@@ -27,12 +28,15 @@ class BusAcceptor final : public BusChannel::Owner {
               ListenerDelegate& delegate);
 
   void start(sd_event* event);
+  /// Takes no more clients. Calls @p done once the newcomers have their answers or have had their time.
+  void finish(std::function<void()> done);
   /// Cuts all clients.
   void stop();
 
  private:
   static int onClients(sd_event_source* source, int descriptor, std::uint32_t events, void* acceptor);
   static int onRested(sd_event_source* source, std::uint64_t time, void* acceptor);
+  static int onGraceEnded(sd_event_source* source, std::uint64_t time, void* acceptor);
 
   void acceptClients();
   /// Makes what the next client needs before taking it, so that no client is taken and then dropped.
@@ -43,7 +47,10 @@ class BusAcceptor final : public BusChannel::Owner {
 
   void handshakeEnded(BusChannel& channel) override;
   void decided(BusChannel& channel) override;
+  void answered(BusChannel& channel) override;
   void closed(BusChannel& channel) override;
+  void newcomerLeft(const BusChannel& channel);
+  void endGrace();
 
   const posix::Descriptor listening_;
   const std::shared_ptr<BusDoorbell> doorbell_;
@@ -56,6 +63,13 @@ class BusAcceptor final : public BusChannel::Owner {
   std::optional<BusFeed> nextFeed_;
   std::unordered_map<const BusChannel*, std::shared_ptr<BusChannel>> channels_;
   std::unordered_set<const BusChannel*> undecided_;
+
+  /// @name Once finish() has been called
+  /// @{
+  std::unordered_set<const BusChannel*> newcomers_;
+  SdHandle<sd_event_source> graceTimer_;
+  std::function<void()> done_;
+  /// @}
 };
 
 }  // namespace wicket::linux_adapter

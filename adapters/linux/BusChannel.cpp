@@ -106,7 +106,12 @@ void BusChannel::advance() {
   readClient();
   if (!connection_->hasEnded()) writeQueued();
   if (!connection_->hasEnded()) listenForEvents();
+  if (isAnswered()) owner_.answered(*this);
 }
+
+bool BusChannel::isAnswered() const { return sender_.hasAnsweredAll() && unwrittenMessages() == 0; }
+
+std::chrono::steady_clock::duration BusChannel::age() const { return std::chrono::steady_clock::now() - since_; }
 
 void BusChannel::startRunning() {
   if (!connection_->isRunning()) return;

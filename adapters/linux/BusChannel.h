@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -41,6 +42,8 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
     virtual void handshakeEnded(BusChannel& channel) = 0;
     /// Accepted, refused or closed early: the client waits no longer.
     virtual void decided(BusChannel& channel) = 0;
+    /// Nothing that the client has asked is unanswered.
+    virtual void answered(BusChannel& channel) = 0;
     virtual void closed(BusChannel& channel) = 0;
   };
 
@@ -51,6 +54,9 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   /// Goes on wherever something may have changed, and closes when the connection has ended.
   void service() override;
   [[nodiscard]] const std::shared_ptr<BusConnection>& connection() const { return connection_; }
+  /// True once the client has asked something and has all its answers.
+  [[nodiscard]] bool isAnswered() const;
+  [[nodiscard]] std::chrono::steady_clock::duration age() const;
 
  private:
   enum class Phase { handshake, deciding, running, closed };
@@ -80,6 +86,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
 
   const std::shared_ptr<BusConnection> connection_;
   Owner& owner_;
+  const std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
   Phase phase_ = Phase::handshake;
   std::optional<BusVtable> methods_;
   std::optional<BusVtable> signals_;

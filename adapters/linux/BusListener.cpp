@@ -7,6 +7,19 @@
 
 namespace wicket::linux_adapter {
 
+class BusListener::Finish : public BusWorker {
+ public:
+  explicit Finish(BusAcceptor& acceptor) : acceptor_(acceptor) {}
+  void service() override {
+    acceptor_.finish([this] { isDone_.set_value(); });
+  }
+  void wait() { isDone_.get_future().wait(); }
+
+ private:
+  BusAcceptor& acceptor_;
+  std::promise<void> isDone_;
+};
+
 BusListener::BusListener(posix::Descriptor listening)
     : listening_(std::move(listening)), doorbell_(std::make_shared<BusDoorbell>()) {}
 
@@ -22,7 +35,15 @@ void BusListener::setDelegate(ListenerDelegate& delegate) { delegate_ = &delegat
 void BusListener::resume() {
   if (thread_ || delegate_ == nullptr) return;
   acceptor_.emplace(std::move(listening_), doorbell_, delegateQueue_, *delegate_);
+  doorbell_->makeRoomFor(2);  // for the thread itself and for the end
   thread_.emplace(doorbell_, [this](sd_event* event) { acceptor_->start(event); }, [this] { acceptor_->stop(); });
+}
+
+void BusListener::finish() {
+  if (!thread_) return;
+  const auto end = std::make_shared<Finish>(*acceptor_);
+  doorbell_->ring(end);
+  end->wait();
 }
 
 }  // namespace wicket::linux_adapter

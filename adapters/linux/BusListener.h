@@ -23,8 +23,11 @@ class BusListener final : public Listener {
   void setDelegate(ListenerDelegate& delegate) override;
   /// Starts the I/O thread. Without a delegate nobody could be accepted, and it has no effect.
   void resume() override;
+  void finish() override;
 
  private:
+  class Finish;
+
   posix::Descriptor listening_;
   const std::shared_ptr<BusDoorbell> doorbell_;
   SerialExecutor delegateQueue_;

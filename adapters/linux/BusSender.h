@@ -18,6 +18,8 @@ class BusSender {
   [[nodiscard]] RequestId remember(sd_bus_message* request);
   /// A negative errno when the bus can carry nothing more.
   [[nodiscard]] int send(sd_bus* bus, const Outgoing& item);
+  /// True once something has been asked and nothing of it waits for its reply.
+  [[nodiscard]] bool hasAnsweredAll() const { return lastNumber_ != 0 && requests_.empty(); }
   void forgetAll() { requests_.clear(); }
 
  private:

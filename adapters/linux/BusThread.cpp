@@ -34,7 +34,6 @@ class BusThread::Stopper : public BusWorker {
 BusThread::BusThread(std::shared_ptr<BusDoorbell> doorbell, std::function<void(sd_event*)> setUp,
                      std::function<void()> tearDown)
     : doorbell_(std::move(doorbell)), stopper_(std::make_shared<Stopper>()) {
-  doorbell_->makeRoomFor(1);
   thread_ = std::thread([this, before = std::move(setUp), after = std::move(tearDown)] { run(before, after); });
 }
 

@@ -54,25 +54,26 @@ std::shared_ptr<Timer> MainRunLoop::schedule(std::chrono::nanoseconds delay, std
 
 void MainRunLoop::run(std::chrono::nanoseconds duration) {
   const Clock::time_point end = Clock::now() + duration;
-  do {
-    while (fireNext()) {
-      // A handler that arms timers which are due at once must not keep the pass from ending.
-      if (Clock::now() >= end) return;
+  while (true) {
+    // Asked before the timers are: what falls into the pass is fired in it, even if this thread wakes late.
+    const bool isOver = Clock::now() >= end;
+    while (fireNext(end)) {
     }
+    if (isOver) return;
     std::unique_lock lock(state_->mutex);
     const auto& armed = state_->armed;
     const Clock::time_point next = armed.empty() ? end : std::min(end, armed.begin()->first);
     state_->changed.wait_until(lock, next);
-  } while (Clock::now() < end);
+  }
 }
 
-bool MainRunLoop::fireNext() {
+bool MainRunLoop::fireNext(Clock::time_point latest) {
   std::shared_ptr<LoopTimer> timer;
   std::function<void()> handler;
   {
     const std::scoped_lock lock(state_->mutex);
     const auto first = state_->armed.begin();
-    if (first == state_->armed.end() || first->first > Clock::now()) return false;
+    if (first == state_->armed.end() || first->first > std::min(latest, Clock::now())) return false;
     timer = std::move(first->second);
     state_->armed.erase(first);
     handler = timer->takeHandler();

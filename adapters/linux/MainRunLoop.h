@@ -26,7 +26,8 @@ class MainRunLoop final : public MainQueue {
  private:
   struct State;
   class LoopTimer;
-  bool fireNext();
+  /// Fires the first timer if its time has come and is not after @p latest.
+  bool fireNext(std::chrono::steady_clock::time_point latest);
 
   const std::shared_ptr<State> state_;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <algorithm>
 #include <atomic>
+#include <ctime>
 #include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -148,6 +150,28 @@ TEST_F(BusConnectionLoadTest, AClientWhoseCallsAreNotDoneWaitsInItsSocket) {
   EXPECT_EQ(sent, calls);
   // One more call, the version, was made by the other client, which has closed.
   EXPECT_TRUE(comesTrue([&] { return object_.events().size() == calls + 2; }));
+}
+
+TEST_F(BusConnectionLoadTest, CallsThatWaitedInTheSocketOfAClientThatHasGoneAreDeliveredInTheEnd) {
+  std::promise<void> release;
+  object_.onUninstall = [future = release.get_future().share()] { future.wait(); };
+  std::string call = DBusBytes::methodCall(7, "uninstallWithAll_", "y", "\1"s);
+  call[2] = '\1';  // no reply expected: nothing but the end of a call wakes the connection
+  constexpr int calls = 200;
+  {
+    RawClient client(path());
+    ASSERT_TRUE(client.authenticate());
+    for (int i = 0; i < calls; ++i) ASSERT_TRUE(client.send(call));
+  }
+  std::this_thread::sleep_for(100ms);
+  const std::clock_t before = std::clock();
+  std::this_thread::sleep_for(300ms);
+  EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 20) << "the hang-up keeps the thread busy";
+
+  release.set_value();
+  const auto events = object_.awaitEvents(calls + 1);
+  EXPECT_EQ(std::ranges::count(events, "uninstall all"), calls);
+  EXPECT_EQ(events.back(), "invalidated");
 }
 
 TEST_F(BusConnectionLoadTest, AClientThatAsksWithoutReadingTheAnswersIsNotServedFurther) {

@@ -150,6 +150,37 @@ TEST_F(BusConnectionReplyTest, AnInvalidationCutsTheClientAtOnceWhileItsCallGoes
   EXPECT_THAT(object_.awaitEvents(3), ElementsAre("runCommand script", "returned", "invalidated"));
 }
 
+TEST_F(BusConnectionReplyTest, ACallThatWaitsBehindARunningOneIsNotDeliveredAfterAnInvalidation) {
+  std::promise<void> release;
+  object_.onCode = [future = release.get_future().share()](const HelperProtocol::CodeCompletion& completion) {
+    future.wait();
+    completion(0);
+  };
+  const auto client = connect();
+  (void)client->startRun("first");
+  (void)client->startRun("second");
+  client->pumpFor(100ms);
+  delegate_.await(0)->invalidate();
+  release.set_value();
+  EXPECT_THAT(object_.awaitEvents(2), ElementsAre("runCommand first", "invalidated"));
+}
+
+TEST_F(BusConnectionReplyTest, CallsThatWaitBehindARunningOneAreDeliveredAfterTheClientHasClosed) {
+  std::promise<void> release;
+  object_.onCode = [future = release.get_future().share()](const HelperProtocol::CodeCompletion& completion) {
+    future.wait();
+    completion(0);
+  };
+  auto client = connect();
+  (void)client->startRun("first");
+  (void)client->startRun("second");
+  client->pumpFor(100ms);
+  client.reset();
+  std::this_thread::sleep_for(100ms);
+  release.set_value();
+  EXPECT_THAT(object_.awaitEvents(3), ElementsAre("runCommand first", "runCommand second", "invalidated"));
+}
+
 TEST_F(BusConnectionReplyTest, ACompletionMayOutliveItsConnection) {
   std::promise<HelperProtocol::CodeCompletion> kept;
   object_.onCode = [&](const HelperProtocol::CodeCompletion& completion) { kept.set_value(completion); };

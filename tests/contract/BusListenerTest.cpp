@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 
 #include "tests/contract/ClientWorlds.h"
+#include "tests/contract/RealListener.h"
 #include "tests/support/ProcessInspection.h"
 #include "tests/support/RawClient.h"
 
@@ -79,6 +80,78 @@ TEST(BusListenerTest, ClientsBeyondThoseWhoseHandshakeIsPendingWaitForTheirTurn)
   const auto reply = client->await(serial, 1s);
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->text, "1");
+}
+
+class BusListenerEndTest : public RealListener {
+ protected:
+  /// How long the end takes.
+  std::chrono::steady_clock::duration finish() {
+    const auto start = std::chrono::steady_clock::now();
+    listener_->finish();
+    return std::chrono::steady_clock::now() - start;
+  }
+};
+
+TEST_F(BusListenerEndTest, TheEndWaitsForNobodyWhereThereIsNoClient) { EXPECT_LT(finish(), 100ms); }
+
+TEST_F(BusListenerEndTest, TheEndDoesNotWaitForAClientThatHasItsAnswers) {
+  const auto client = connect();
+  ASSERT_TRUE(client->await(client->startVersion()));
+  EXPECT_LT(finish(), 100ms);
+}
+
+TEST_F(BusListenerEndTest, TheEndWaitsUntilANewcomersCallIsAnswered) {
+  object_.onCode = [](const HelperProtocol::CodeCompletion& completion) {
+    std::this_thread::sleep_for(200ms);
+    completion(0);
+  };
+  const auto client = connect();
+  const auto serial = client->startRun("slow");
+  client->pumpFor(20ms);
+  const auto took = finish();
+  EXPECT_GT(took, 100ms);
+  EXPECT_LT(took, 400ms);
+  listener_.reset();
+  EXPECT_TRUE(client->await(serial, 1s));
+}
+
+TEST_F(BusListenerEndTest, TheEndWaitsForANewcomerThatHasNotAskedYet) {
+  const auto client = connect();
+  client->pumpFor(20ms);
+  ASSERT_NE(delegate_.await(0), nullptr);
+  std::jthread asking([&client] {
+    std::this_thread::sleep_for(100ms);
+    EXPECT_TRUE(client->await(client->startVersion(), 1s));
+  });
+  const auto took = finish();
+  EXPECT_GT(took, 50ms);
+  EXPECT_LT(took, 400ms);
+}
+
+TEST_F(BusListenerEndTest, TheEndDoesNotWaitForANewcomerThatCloses) {
+  auto client = connect();
+  client->pumpFor(20ms);
+  ASSERT_NE(delegate_.await(0), nullptr);
+  std::jthread leaving([&client] {
+    std::this_thread::sleep_for(100ms);
+    client.reset();
+  });
+  EXPECT_LT(finish(), 400ms);
+}
+
+TEST_F(BusListenerEndTest, ANewcomerThatAsksNothingDelaysTheEndByHalfASecond) {
+  RawClient silent(path());
+  const auto client = connect();
+  client->pumpFor(20ms);
+  const auto took = finish();
+  EXPECT_GT(took, 400ms);
+  EXPECT_LT(took, 1s);
+}
+
+TEST_F(BusListenerEndTest, AClientThatHasBeenThereForHalfASecondDoesNotDelayTheEnd) {
+  const auto client = connect();
+  client->pumpFor(600ms);
+  EXPECT_LT(finish(), 100ms);
 }
 
 TEST(BusListenerTest, AnIdleListenerWithAGatedClientUsesNoProcessorTime) {

@@ -77,5 +77,31 @@ TYPED_TEST(ListenerContract, AClientIsAcceptedAfterAnotherWasRefused) {
   EXPECT_THAT(this->object_.awaitEvents(1), ElementsAre("uninstallScriptWithFilename a"));
 }
 
+TYPED_TEST(ListenerContract, AClientThatComesAfterTheEndIsNotTaken) {
+  this->world_.listener().setDelegate(this->delegate_);
+  this->world_.listener().resume();
+  auto before = this->world_.connect();
+  before.removeScript("a");
+  EXPECT_THAT(this->object_.awaitEvents(1), ElementsAre("uninstallScriptWithFilename a"));
+
+  this->world_.listener().finish();
+  auto after = this->world_.connect();
+  after.greet();
+  this->world_.settle();
+  EXPECT_EQ(this->delegate_.count(), 1U);
+}
+
+TYPED_TEST(ListenerContract, AClientThatWasTakenBeforeTheEndIsServedAfterIt) {
+  this->world_.listener().setDelegate(this->delegate_);
+  this->world_.listener().resume();
+  auto client = this->world_.connect();
+  client.removeScript("a");
+  EXPECT_THAT(this->object_.awaitEvents(1), ElementsAre("uninstallScriptWithFilename a"));
+  this->world_.listener().finish();
+  client.removeScript("b");
+  EXPECT_THAT(this->object_.awaitEvents(2),
+              ElementsAre("uninstallScriptWithFilename a", "uninstallScriptWithFilename b"));
+}
+
 }  // namespace
 }  // namespace wicket::contract

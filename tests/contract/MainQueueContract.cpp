@@ -22,6 +22,8 @@ class RealTime {
  public:
   MainQueue& queue() { return queue_; }
   [[nodiscard]] static std::chrono::nanoseconds now() { return std::chrono::steady_clock::now().time_since_epoch(); }
+  /// What a handler does that takes this long.
+  static void work(std::chrono::nanoseconds time) { std::this_thread::sleep_for(time); }
 
  private:
   linux_adapter::MainRunLoop queue_;
@@ -31,6 +33,7 @@ class VirtualTime {
  public:
   MainQueue& queue() { return queue_; }
   [[nodiscard]] std::chrono::nanoseconds now() const { return queue_.now(); }
+  void work(std::chrono::nanoseconds time) { queue_.advance(time); }
 
  private:
   doubles::VirtualMainQueue queue_;
@@ -99,6 +102,14 @@ TYPED_TEST(MainQueueContract, ACancelledTimerDoesNotFireAndTheOthersDo) {
   cancelled->cancel();
   this->world_.queue().run(30ms);
   EXPECT_THAT(this->fired_, ElementsAre("other"));
+}
+
+TYPED_TEST(MainQueueContract, ATimerThatIsDueInThePassIsFiredInItHoweverLateThePassWakes) {
+  (void)this->world_.queue().schedule(5ms, [this] { this->world_.work(30ms); });
+  (void)this->arm(10ms, "due in the pass");
+  (void)this->arm(100ms, "due after it");
+  this->world_.queue().run(20ms);
+  EXPECT_THAT(this->fired_, ElementsAre("due in the pass"));
 }
 
 TYPED_TEST(MainQueueContract, CancellingAFiredTimerHasNoEffect) {

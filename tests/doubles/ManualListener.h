@@ -28,7 +28,12 @@ class ManualListener : public Listener {
     for (const auto& connection : std::exchange(waiting_, {})) (void)decide(connection);
   }
 
-  /// A client arrives. What the delegate decided; none while the listener is suspended, the client
+  void finish() override {
+    log_->emplace_back("finishListener");
+    resumed_ = false;
+  }
+
+  /// A client arrives. What the delegate decided; none while the listener does not take any, the client
   /// then waits for resume().
   std::optional<bool> offer(const std::shared_ptr<Connection>& connection) {
     if (resumed_) return decide(connection);

@@ -101,6 +101,14 @@ TEST_F(PrivilegedHelperTest, RunsFullPassesOf45SecondsAndQuitsAtTheEndOfThePassI
   EXPECT_EQ(platform_.mainQueue().now(), 75s);
 }
 
+TEST_F(PrivilegedHelperTest, TheListenerIsResumedBeforeTheFirstPassAndFinishedAfterTheLast) {
+  connect();
+  helper_->run();
+  EXPECT_THAT(*platform_.listener().log(),
+              ElementsAre("delegate", "resumeListener", "resumeListener", "finishListener"));
+  EXPECT_FALSE(platform_.listener().isResumed());
+}
+
 TEST_F(PrivilegedHelperTest, TheFlagIsTestedBeforeTheFirstPass) {
   connect();
   platform_.mainQueue().advance(45s);
