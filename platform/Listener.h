@@ -33,9 +33,9 @@ class Listener {
   virtual void setDelegate(ListenerDelegate& delegate) = 0;
   virtual void resume() = 0;
   /// For the end of the process: takes no more clients, so that those who come now wait for the
-  /// process that is started next, and returns when the newcomers have been served. A newcomer is a
-  /// client that was taken within the last half second and has not had all its answers; it gets
-  /// another half second at most, however long what it has asked takes. Not on the delegate's queue.
+  /// process that is started next. Clients that wait for an answer, and those taken within the last
+  /// half second that have not asked anything yet, are still served: returns when all of them have
+  /// their answers, after a second at most. Not on the delegate's queue.
   virtual void finish() = 0;
 };
 

@@ -22,7 +22,8 @@ class Timer {
 };
 
 /// The main thread's loop and the timers that fire on it. Time is CLOCK_MONOTONIC: it stands still
-/// while the machine sleeps.
+/// while the machine sleeps. What is still armed when the queue ends never fires, and lets go of what
+/// its handler holds.
 class MainQueue {
  public:
   MainQueue() = default;

@@ -17,8 +17,10 @@ constexpr std::size_t undecidedLimit = 256;
 constexpr int clientsPerTurn = 64;
 /// How long to let be when the system is out of descriptors or memory.
 constexpr std::chrono::microseconds restTime = std::chrono::milliseconds(100);
-/// How long a client counts as a newcomer when the listener ends, and what it then gets to be served.
-constexpr std::chrono::microseconds graceTime = std::chrono::milliseconds(500);
+/// How long a client that has not asked anything is thought to be about to, when the listener ends.
+constexpr std::chrono::milliseconds newcomerTime{500};
+/// What is left to answer everybody then.
+constexpr std::chrono::microseconds graceTime = std::chrono::seconds(1);
 
 void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& connection) {
   bool isAccepted = false;
@@ -55,14 +57,15 @@ void BusAcceptor::finish(std::function<void()> done) {
   restTimer_.reset();
   done_ = std::move(done);
   for (const auto& [channel, owned] : channels_) {
-    if (channel->age() < graceTime && !channel->isAnswered()) newcomers_.insert(channel);
+    const bool mayAsk = !channel->hasAsked() && channel->age() < newcomerTime;
+    if (mayAsk || (channel->hasAsked() && !channel->isAnswered())) awaited_.insert(channel);
   }
   sd_event_source* timer = nullptr;
   const bool canWait =
       sd_event_add_time_relative(event_, &timer, CLOCK_MONOTONIC, static_cast<std::uint64_t>(graceTime.count()), 0,
                                  &onGraceEnded, this) >= 0;
   graceTimer_.reset(timer);
-  if (newcomers_.empty() || !canWait) endGrace();
+  if (awaited_.empty() || !canWait) endGrace();
 }
 
 int BusAcceptor::onGraceEnded(sd_event_source* /*source*/, std::uint64_t /*time*/, void* acceptor) {
@@ -70,12 +73,12 @@ int BusAcceptor::onGraceEnded(sd_event_source* /*source*/, std::uint64_t /*time*
   return 0;
 }
 
-void BusAcceptor::newcomerLeft(const BusChannel& channel) {
-  if (newcomers_.erase(&channel) > 0 && newcomers_.empty()) endGrace();
+void BusAcceptor::noLongerAwaited(const BusChannel& channel) {
+  if (awaited_.erase(&channel) > 0 && awaited_.empty()) endGrace();
 }
 
 void BusAcceptor::endGrace() {
-  newcomers_.clear();
+  awaited_.clear();
   if (const auto done = std::exchange(done_, nullptr)) done();
 }
 
@@ -168,10 +171,10 @@ void BusAcceptor::decided(BusChannel& channel) {
   if (clientsSource_) listenForClients();
 }
 
-void BusAcceptor::answered(BusChannel& channel) { newcomerLeft(channel); }
+void BusAcceptor::answered(BusChannel& channel) { noLongerAwaited(channel); }
 
 void BusAcceptor::closed(BusChannel& channel) {
-  newcomerLeft(channel);
+  noLongerAwaited(channel);
   channels_.erase(&channel);
 }
 

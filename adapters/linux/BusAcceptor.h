@@ -28,7 +28,7 @@ class BusAcceptor final : public BusChannel::Owner {
               ListenerDelegate& delegate);
 
   void start(sd_event* event);
-  /// Takes no more clients. Calls @p done once the newcomers have their answers or have had their time.
+  /// Takes no more clients. Calls @p done once nobody waits for an answer any more, or after the grace time.
   void finish(std::function<void()> done);
   /// Cuts all clients.
   void stop();
@@ -49,7 +49,7 @@ class BusAcceptor final : public BusChannel::Owner {
   void decided(BusChannel& channel) override;
   void answered(BusChannel& channel) override;
   void closed(BusChannel& channel) override;
-  void newcomerLeft(const BusChannel& channel);
+  void noLongerAwaited(const BusChannel& channel);
   void endGrace();
 
   const posix::Descriptor listening_;
@@ -66,7 +66,7 @@ class BusAcceptor final : public BusChannel::Owner {
 
   /// @name Once finish() has been called
   /// @{
-  std::unordered_set<const BusChannel*> newcomers_;
+  std::unordered_set<const BusChannel*> awaited_;
   SdHandle<sd_event_source> graceTimer_;
   std::function<void()> done_;
   /// @}

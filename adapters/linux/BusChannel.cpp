@@ -109,7 +109,7 @@ void BusChannel::advance() {
   if (isAnswered()) owner_.answered(*this);
 }
 
-bool BusChannel::isAnswered() const { return sender_.hasAnsweredAll() && unwrittenMessages() == 0; }
+bool BusChannel::isAnswered() const { return hasAsked() && sender_.hasAnsweredAll() && unwrittenMessages() == 0; }
 
 std::chrono::steady_clock::duration BusChannel::age() const { return std::chrono::steady_clock::now() - since_; }
 

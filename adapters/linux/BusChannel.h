@@ -54,6 +54,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   /// Goes on wherever something may have changed, and closes when the connection has ended.
   void service() override;
   [[nodiscard]] const std::shared_ptr<BusConnection>& connection() const { return connection_; }
+  [[nodiscard]] bool hasAsked() const { return sender_.hasBeenAsked(); }
   /// True once the client has asked something and has all its answers.
   [[nodiscard]] bool isAnswered() const;
   [[nodiscard]] std::chrono::steady_clock::duration age() const;

@@ -18,8 +18,9 @@ class BusSender {
   [[nodiscard]] RequestId remember(sd_bus_message* request);
   /// A negative errno when the bus can carry nothing more.
   [[nodiscard]] int send(sd_bus* bus, const Outgoing& item);
-  /// True once something has been asked and nothing of it waits for its reply.
-  [[nodiscard]] bool hasAnsweredAll() const { return lastNumber_ != 0 && requests_.empty(); }
+  [[nodiscard]] bool hasBeenAsked() const { return lastNumber_ != 0; }
+  /// True if no request waits for its reply.
+  [[nodiscard]] bool hasAnsweredAll() const { return requests_.empty(); }
   void forgetAll() { requests_.clear(); }
 
  private:

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace wicket::linux_adapter {
 namespace {
@@ -42,7 +43,11 @@ class MainRunLoop::LoopTimer final : public Timer {
 
 MainRunLoop::MainRunLoop() : state_(std::make_shared<State>()) {}
 
-MainRunLoop::~MainRunLoop() = default;
+MainRunLoop::~MainRunLoop() {
+  std::vector<std::function<void()>> released;  // outside the lock: they may own anything
+  const std::scoped_lock lock(state_->mutex);
+  for (const auto& [deadline, timer] : state_->armed) released.push_back(timer->takeHandler());
+}
 
 std::shared_ptr<Timer> MainRunLoop::schedule(std::chrono::nanoseconds delay, std::function<void()> handler) {
   const auto timer = std::make_shared<LoopTimer>(state_, std::move(handler));

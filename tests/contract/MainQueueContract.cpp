@@ -133,6 +133,17 @@ TYPED_TEST(MainQueueContract, ATimerThatAHandlerArmsFiresInTheSamePass) {
   EXPECT_THAT(this->fired_, ElementsAre("inner"));
 }
 
+TYPED_TEST(MainQueueContract, TheEndOfTheQueueLetsGoOfWhatItsTimersHold) {
+  const auto held = std::make_shared<int>(1);
+  std::shared_ptr<Timer> timer;
+  {
+    TypeParam ending;
+    timer = ending.queue().schedule(1h, [held] {});
+    EXPECT_EQ(held.use_count(), 2);
+  }
+  EXPECT_EQ(held.use_count(), 1);
+}
+
 TYPED_TEST(MainQueueContract, ACancelledTimerLetsGoOfWhatItsHandlerHolds) {
   const auto held = std::make_shared<int>(1);
   const auto timer = this->world_.queue().schedule(1h, [held] {});

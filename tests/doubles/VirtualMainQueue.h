@@ -19,6 +19,12 @@ namespace wicket::doubles {
 /// armed, on the thread that moves the clock. Timers may be armed and cancelled from any thread.
 class VirtualMainQueue : public MainQueue {
  public:
+  VirtualMainQueue() = default;
+  /// Timers that are still armed will never fire: their handlers let go of what they hold.
+  ~VirtualMainQueue() override {
+    for (const auto& timer : std::exchange(state_->timers, {})) timer->handler = nullptr;
+  }
+
   std::shared_ptr<Timer> schedule(std::chrono::nanoseconds delay, std::function<void()> handler) override {
     const std::scoped_lock lock(state_->mutex);
     auto timer = std::make_shared<VirtualTimer>(state_, state_->now + delay, std::move(handler));

@@ -40,6 +40,8 @@ class CountdownWatchingConnection : public RecordingConnection {
 class PrivilegedHelperTest : public testing::Test {
  protected:
   void SetUp() override { platform_.listener().resume(); }
+  /// Connections and helper hold each other until the connections are cut.
+  void TearDown() override { platform_.mainQueue().advance(45s); }
 
   std::shared_ptr<RecordingConnection> connect() {
     auto connection = std::make_shared<RecordingConnection>();
