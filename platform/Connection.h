@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 
+#include "platform/AuditToken.h"
 #include "protocol/AppProtocol.h"
 #include "protocol/HelperProtocol.h"
 #include "protocol/Selector.h"
@@ -22,6 +23,10 @@ class Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
   virtual ~Connection() = default;
+
+  /// The process at the other end, as the kernel knew it when the connection was made. The same bytes
+  /// whenever it is called.
+  [[nodiscard]] virtual AuditTokenData auditToken() const = 0;
 
   /// The protocol that the client exports. Set before resume().
   virtual void setRemoteObjectInterface(const Interface& interface) = 0;

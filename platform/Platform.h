@@ -8,6 +8,7 @@
 #include "platform/AuthorizationServices.h"
 #include "platform/BundleInformation.h"
 #include "platform/ChildProcess.h"
+#include "platform/CodeSigningServices.h"
 #include "platform/FileManager.h"
 #include "platform/Listener.h"
 #include "platform/MainQueue.h"
@@ -30,6 +31,7 @@ class Platform {
   [[nodiscard]] virtual FileManager& fileManager() = 0;
   [[nodiscard]] virtual ChildProcessLauncher& childProcessLauncher() = 0;
   [[nodiscard]] virtual AuthorizationServices& authorizationServices() = 0;
+  [[nodiscard]] virtual CodeSigningServices& codeSigningServices() = 0;
   [[nodiscard]] virtual BundleInformation& mainBundle() = 0;
   [[nodiscard]] virtual ServiceJob& serviceJob() = 0;
   /// A suspended listener for the service of that name.
