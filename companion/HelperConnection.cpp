@@ -4,10 +4,12 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include "companion/Descriptor.h"
+#include "companion/GroupPrivilege.h"
 #include "companion/HelperConnectionBus.h"
 #include "protocol/HelperProtocol.h"
 
@@ -29,17 +31,26 @@ ConnectionError connectionError(int systemError) {
   }
 }
 
-std::expected<Descriptor, ConnectionError> connectedSocket(const std::string& path) {
+/// 0, or the error number.
+int connectTo(const sockaddr_un& address, const Descriptor& socket, GroupPrivilege* privilege) {
+  std::optional<GroupPrivilege::InEffect> inEffect;
+  if (privilege != nullptr) inEffect.emplace(*privilege);
+  // connect() interrupted by a signal has not happened on a Unix socket, so it can be repeated.
+  while (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (errno != EINTR) return errno;
+  }
+  return 0;
+}
+
+std::expected<Descriptor, ConnectionError> connectedSocket(const std::string& path, GroupPrivilege* privilege) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) return std::unexpected(connectionError(ENAMETOOLONG));
   std::memcpy(address.sun_path, path.c_str(), path.size());
   Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!socket.isValid()) return std::unexpected(connectionError(errno));
-  // connect() interrupted by a signal has not happened on a Unix socket, so it can be repeated.
-  while (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    if (errno != EINTR) return std::unexpected(connectionError(errno));
-  }
+  const int error = connectTo(address, socket, privilege);
+  if (error != 0) return std::unexpected(connectionError(error));
   return socket;
 }
 
@@ -72,7 +83,8 @@ std::expected<ReplyCode, CallError> codeOf(const Reply& reply) {
 }  // namespace
 
 std::expected<HelperConnection, ConnectionError> HelperConnection::connect(const ConnectOptions& options) {
-  auto socket = connectedSocket(options.socketPath);
+  auto socket = connectedSocket(options.socketPath, options.privilege);
+  if (options.privilege != nullptr) options.privilege->giveUp();
   if (!socket) return std::unexpected(socket.error());
   auto bus = Bus::over(std::move(*socket), options.cancelDescriptor);
   if (!bus) return std::unexpected(bus.error());

@@ -57,6 +57,38 @@ bool isInSession() {
   return found;
 }
 
+/// The agent starts with ordinary signals, whatever this process ignores to see errors instead. Only what
+/// keeps a job alive without its terminal stays ignored.
+class SpawnAttributes {
+ public:
+  SpawnAttributes() : error_(::posix_spawnattr_init(&attributes_)), isMade_(error_ == 0) {
+    sigset_t defaults;
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigemptyset(&defaults);
+    for (const int signal : {SIGPIPE, SIGXFSZ}) ::sigaddset(&defaults, signal);
+    if (error_ == 0) error_ = ::posix_spawnattr_setsigdefault(&attributes_, &defaults);
+    if (error_ == 0) error_ = ::posix_spawnattr_setsigmask(&attributes_, &none);
+    if (error_ == 0) {
+      error_ = ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    }
+  }
+  SpawnAttributes(const SpawnAttributes&) = delete;
+  SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+  ~SpawnAttributes() {
+    if (isMade_) ::posix_spawnattr_destroy(&attributes_);
+  }
+
+  /// 0, or why they could not be made.
+  [[nodiscard]] int error() const { return error_; }
+  [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes_; }
+
+ private:
+  posix_spawnattr_t attributes_{};
+  int error_;
+  bool isMade_;
+};
+
 std::expected<pid_t, int> spawn(const std::string& executable, const std::string& subject, const Descriptor& notify) {
   constexpr int notifyDescriptor = 3;
   std::vector<std::string> words{executable, "--process", subject, "--notify-fd", std::to_string(notifyDescriptor)};
@@ -67,8 +99,12 @@ std::expected<pid_t, int> spawn(const std::string& executable, const std::string
   posix_spawn_file_actions_t actions{};
   if (const int error = ::posix_spawn_file_actions_init(&actions); error != 0) return std::unexpected(error);
   pid_t agent = -1;
-  int error = ::posix_spawn_file_actions_adddup2(&actions, notify.get(), notifyDescriptor);
-  if (error == 0) error = ::posix_spawn(&agent, executable.c_str(), &actions, nullptr, arguments.data(), environ);
+  const SpawnAttributes attributes;
+  int error = attributes.error();
+  if (error == 0) error = ::posix_spawn_file_actions_adddup2(&actions, notify.get(), notifyDescriptor);
+  if (error == 0) {
+    error = ::posix_spawn(&agent, executable.c_str(), &actions, attributes.get(), arguments.data(), environ);
+  }
   ::posix_spawn_file_actions_destroy(&actions);
   if (error != 0) return std::unexpected(error);
   return agent;
