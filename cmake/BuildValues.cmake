@@ -18,6 +18,11 @@ endif()
 if(NOT WICKET_TEAM_IDENTIFIER MATCHES "^[A-Z0-9]+$")
   message(FATAL_ERROR "WICKET_TEAM_IDENTIFIER must be made of capital letters and digits: ${WICKET_TEAM_IDENTIFIER}")
 endif()
+# It stands between quotation marks there and in the source.
+if(WICKET_CERTIFICATE_COMMON_NAME STREQUAL "" OR WICKET_CERTIFICATE_COMMON_NAME MATCHES "[\"\\\\\n\r\t]")
+  message(FATAL_ERROR "WICKET_CERTIFICATE_COMMON_NAME must be there and hold no quotation mark, no backslash and no "
+                      "line break: ${WICKET_CERTIFICATE_COMMON_NAME}")
+endif()
 
 # wicket_xml_text(VARIABLE TEXT): TEXT as it stands between the tags of an XML document.
 function(wicket_xml_text VARIABLE TEXT)

@@ -37,7 +37,7 @@ void PrivilegedHelper::run() {
 }
 
 bool PrivilegedHelper::shouldAcceptNewConnection(const std::shared_ptr<Connection>& connection) {
-  if (!CodesignCheck::isValid(connection)) return false;
+  if (!CodesignCheck::isValid(platform_.codeSigningServices(), *connection)) return false;
   connection->setRemoteObjectInterface(app_protocol::interface);
   connection->setExportedInterface(helper_protocol::interface);
   connection->setExportedObject(*this);

@@ -2,8 +2,8 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "script/PrivilegedScript.h"
 
+#include "clients/FatalError.h"
 #include "clients/LogUtil.h"
-#include "script/FatalError.h"
 #include "text/Utf8.h"
 
 namespace wicket {

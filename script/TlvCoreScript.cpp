@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "script/TlvCoreScript.h"
 
-#include "script/FatalError.h"
+#include "clients/FatalError.h"
 #include "script/ShebangLine.h"
 #include "store/FilePath.h"
 #include "store/StringPieces.h"

@@ -32,6 +32,7 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
                                Queue queue = Queue::runsAtOnce)
       : log_(std::move(log)), queue_(queue) {}
 
+  [[nodiscard]] AuditTokenData auditToken() const override { return auditToken_; }
   void setRemoteObjectInterface(const Interface& interface) override {
     record("remoteObjectInterface " + std::string(interface.name));
   }
@@ -79,6 +80,8 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
 
   /// @name What the test arranges and looks at
   /// @{
+  /// The process that the client is; nobody unless set. Before the connection is offered.
+  void setAuditToken(const AuditTokenData& token) { auditToken_ = token; }
   /// Makes the client one whose object is not of AppProtocol.
   void exportNoAppProtocol() { exportsAppProtocol_ = false; }
   /// Runs the jobs that wait on the serial queue.
@@ -199,6 +202,7 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
   mutable std::mutex mutex_;
   const std::shared_ptr<CallLog> log_;
   const Queue queue_;
+  AuditTokenData auditToken_{};
   bool exportsAppProtocol_ = true;
   bool resumed_ = false;
   bool invalidated_ = false;

@@ -14,6 +14,7 @@
 #include "tests/doubles/RecordingUnifiedLog.h"
 #include "tests/doubles/ScriptedAuthorizationServices.h"
 #include "tests/doubles/ScriptedChildProcessLauncher.h"
+#include "tests/doubles/ScriptedCodeSigningServices.h"
 #include "tests/doubles/VirtualMainQueue.h"
 
 namespace wicket::doubles {
@@ -26,6 +27,7 @@ class TestPlatform : public Platform {
   InMemoryFileManager& fileManager() override { return fileManager_; }
   ScriptedChildProcessLauncher& childProcessLauncher() override { return launcher_; }
   ScriptedAuthorizationServices& authorizationServices() override { return authorization_; }
+  ScriptedCodeSigningServices& codeSigningServices() override { return codeSigning_; }
   FixedBundleInformation& mainBundle() override { return bundle_; }
   RecordingServiceJob& serviceJob() override { return job_; }
   std::unique_ptr<Listener> makeListener(std::string_view machServiceName) override {
@@ -44,6 +46,7 @@ class TestPlatform : public Platform {
   InMemoryFileManager fileManager_;
   ScriptedChildProcessLauncher launcher_;
   ScriptedAuthorizationServices authorization_;
+  ScriptedCodeSigningServices codeSigning_;
   FixedBundleInformation bundle_;
   RecordingServiceJob job_;
   ManualListener* listener_ = nullptr;

@@ -74,6 +74,15 @@ TEST_F(PrivilegedHelperTest, AnAcceptedClientIsConfiguredInOrderAndThenResumed) 
                                               "exportedObject", "invalidationHandler", "resume"));
 }
 
+TEST_F(PrivilegedHelperTest, AClientThatIsNotTheCompanionIsRefusedUntouchedUnregisteredAndUnlogged) {
+  platform_.codeSigningServices().setValidity(code_signing_status::requirementFailed);
+  const auto connection = std::make_shared<RecordingConnection>();
+  EXPECT_EQ(platform_.listener().offer(connection), false);
+  EXPECT_THAT(*connection->log(), IsEmpty());
+  EXPECT_EQ(platform_.mainQueue().armedTimers(), 0U);
+  EXPECT_THAT(platform_.unifiedLog().entries(), SizeIs(1)) << "only the start-up line";
+}
+
 TEST_F(PrivilegedHelperTest, AClientIsRegisteredBeforeItIsResumed) {
   const auto connection = std::make_shared<CountdownWatchingConnection>(platform_.mainQueue());
   EXPECT_EQ(platform_.listener().offer(connection), true);

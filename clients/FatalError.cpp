@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include "script/FatalError.h"
+#include "clients/FatalError.h"
 
 #include <cstdlib>
 #include <iostream>
