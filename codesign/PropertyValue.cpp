@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "codesign/PropertyValue.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <optional>
+#include <plist/plist.h>
+#include <type_traits>
+
+namespace wicket::codesign {
+namespace {
+
+struct NodeRelease {
+  void operator()(plist_t node) const { plist_free(node); }
+};
+using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, NodeRelease>;
+
+struct MemoryRelease {
+  void operator()(void* memory) const { std::free(memory); }
+};
+
+using Result = std::expected<PropertyValue, PropertyListError>;
+
+std::unexpected<PropertyListError> failure(std::string message) {
+  return std::unexpected(PropertyListError{std::move(message)});
+}
+
+Result valueOf(plist_t node, int depth);
+
+std::int64_t integerOf(plist_t node) {
+  std::uint64_t value = 0;
+  plist_get_uint_val(node, &value);
+  return static_cast<std::int64_t>(value);
+}
+
+double realOf(plist_t node) {
+  double value = 0;
+  plist_get_real_val(node, &value);
+  return value;
+}
+
+std::string stringOf(plist_t node) {
+  std::uint64_t length = 0;
+  const char* const text = plist_get_string_ptr(node, &length);
+  return text != nullptr ? std::string(text, length) : std::string();
+}
+
+PropertyData dataOf(plist_t node) {
+  std::uint64_t length = 0;
+  const char* const bytes = plist_get_data_ptr(node, &length);
+  PropertyData data(bytes != nullptr ? length : 0);
+  std::transform(bytes, bytes + data.size(), data.begin(), [](char byte) { return static_cast<std::byte>(byte); });
+  return data;
+}
+
+Result arrayOf(plist_t node, int depth) {
+  PropertyArray array;
+  for (std::uint32_t index = 0; index < plist_array_get_size(node); ++index) {
+    auto element = valueOf(plist_array_get_item(node, index), depth + 1);
+    if (!element) {
+      return element;
+    }
+    array.push_back(std::move(*element));
+  }
+  return PropertyValue(std::move(array));
+}
+
+Result dictionaryOf(plist_t node, int depth) {
+  PropertyDictionary dictionary;
+  plist_dict_iter iterator = nullptr;
+  plist_dict_new_iter(node, &iterator);
+  const std::unique_ptr<void, MemoryRelease> owner(iterator);
+  while (true) {
+    char* key = nullptr;
+    plist_t child = nullptr;
+    plist_dict_next_item(node, iterator, &key, &child);
+    const std::unique_ptr<char, MemoryRelease> keyOwner(key);
+    if (key == nullptr || child == nullptr) {
+      return PropertyValue(std::move(dictionary));
+    }
+    auto value = valueOf(child, depth + 1);
+    if (!value) {
+      return value;
+    }
+    dictionary.insert_or_assign(key, std::move(*value));
+  }
+}
+
+Result valueOf(plist_t node, int depth) {
+  if (depth > PropertyValue::deepestNesting) {
+    return failure("the property list is nested too deeply");
+  }
+  switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN: {
+      std::uint8_t value = 0;
+      plist_get_bool_val(node, &value);
+      return PropertyValue(value != 0);
+    }
+    case PLIST_UINT:
+      return PropertyValue(integerOf(node));
+    case PLIST_REAL:
+      return PropertyValue(realOf(node));
+    case PLIST_STRING:
+      return PropertyValue(stringOf(node));
+    case PLIST_DATA:
+      return PropertyValue(dataOf(node));
+    case PLIST_ARRAY:
+      return arrayOf(node, depth);
+    case PLIST_DICT:
+      return dictionaryOf(node, depth);
+    default:
+      return failure("the property list has a value of a kind that is not taken");
+  }
+}
+
+Node nodeOf(const PropertyValue& value);
+
+Node nodeOfArray(const PropertyArray& array) {
+  Node node(plist_new_array());
+  for (const PropertyValue& element : array) {
+    plist_array_append_item(node.get(), nodeOf(element).release());
+  }
+  return node;
+}
+
+Node nodeOfDictionary(const PropertyDictionary& dictionary) {
+  Node node(plist_new_dict());
+  for (const auto& [key, value] : dictionary) {
+    plist_dict_set_item(node.get(), key.c_str(), nodeOf(value).release());
+  }
+  return node;
+}
+
+Node nodeOfData(const PropertyData& data) {
+  std::string bytes(data.size(), '\0');
+  std::ranges::transform(data, bytes.begin(), [](std::byte byte) { return std::to_integer<char>(byte); });
+  return Node(plist_new_data(bytes.data(), bytes.size()));
+}
+
+Node nodeOf(const PropertyValue& value) {
+  if (const auto* flag = value.as<bool>()) {
+    return Node(plist_new_bool(*flag ? 1 : 0));
+  }
+  if (const auto* integer = value.as<std::int64_t>()) {
+    return Node(plist_new_uint(static_cast<std::uint64_t>(*integer)));
+  }
+  if (const auto* real = value.as<double>()) {
+    return Node(plist_new_real(*real));
+  }
+  if (const auto* text = value.as<std::string>()) {
+    return Node(plist_new_string(text->c_str()));
+  }
+  if (const auto* data = value.as<PropertyData>()) {
+    return nodeOfData(*data);
+  }
+  if (const auto* array = value.as<PropertyArray>()) {
+    return nodeOfArray(*array);
+  }
+  return nodeOfDictionary(*value.as<PropertyDictionary>());
+}
+
+}  // namespace
+
+PropertyValue::PropertyValue(PropertyDictionary value)
+    : value_(std::make_shared<const PropertyDictionary>(std::move(value))) {}
+
+bool PropertyValue::operator==(const PropertyValue& other) const {
+  const auto* const left = as<PropertyDictionary>();
+  const auto* const right = other.as<PropertyDictionary>();
+  return left != nullptr && right != nullptr ? *left == *right : value_ == other.value_;
+}
+
+std::expected<PropertyValue, PropertyListError> PropertyValue::fromXml(std::string_view text) {
+  if (text.size() > longestText) {
+    return failure("the property list is longer than " + std::to_string(longestText) + " bytes");
+  }
+  plist_t parsed = nullptr;
+  plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &parsed);
+  const Node node(parsed);
+  if (!node) {
+    return failure("this is no property list in XML");
+  }
+  return valueOf(node.get(), 0);
+}
+
+std::string PropertyValue::toXml() const {
+  const Node node = nodeOf(*this);
+  char* text = nullptr;
+  std::uint32_t length = 0;
+  plist_to_xml(node.get(), &text, &length);
+  if (text == nullptr) {
+    throw std::bad_alloc();
+  }
+  const std::unique_ptr<char, void (*)(char*)> owner(text, plist_to_xml_free);
+  return {text, length};
+}
+
+}  // namespace wicket::codesign
