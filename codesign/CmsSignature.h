@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <cstddef>
+#include <expected>
+#include <span>
+#include <vector>
+
+#include "codesign/Certificate.h"
+#include "codesign/CertificateChain.h"
+#include "codesign/SigningFailure.h"
+#include "codesign/SigningIdentity.h"
+
+namespace wicket::codesign {
+
+/// A signed message (CMS, RFC 5652, DER) with its content inside.
+class CmsSignature {
+ public:
+  /// What a message says whose signature holds.
+  struct Verified {
+    std::vector<std::byte> content;
+    CertificateChain chain;
+    bool hasExpired = false;
+  };
+
+  /// With all certificates of the identity. signatureWrong if the key did not sign.
+  [[nodiscard]] static std::expected<std::vector<std::byte>, SigningFailure> sign(std::span<const std::byte> content,
+                                                                                  const SigningIdentity& identity);
+
+  /// The message has exactly one signer, and CertificatePath's rules lead from its certificate to @p anchor.
+  /// What is signed are the signed attributes, with the content's SHA-2 digest of at least 256 bits and its
+  /// type "data" among them; nothing unsigned and no revocation list is carried along, and the encoding is
+  /// the one that DER allows. No content is returned before all of that has been found true. Any thread; no
+  /// network, no files, no environment.
+  [[nodiscard]] static std::expected<Verified, SigningFailure> verify(std::span<const std::byte> message,
+                                                                      const Certificate& anchor);
+
+  /// What a message says and the certificates in it, the signer's first, WITHOUT knowing whether any of it is
+  /// true: only for showing it to people.
+  [[nodiscard]] static std::expected<Verified, SigningFailure> readUnverified(std::span<const std::byte> message);
+};
+
+}  // namespace wicket::codesign
