@@ -7,12 +7,18 @@ set(WICKET_MAKER_NOTICE "Copyright 2026 the Wicket helper authors" CACHE STRING
     "The maker's notice inside CFBundleGetInfoString")
 set(WICKET_HELPER_EXECUTABLE "/usr/libexec/net.orvane.Wicket.TlvPrivilegedHelper" CACHE STRING
     "Where the installed helper lies on Linux; self-removal deletes this file")
+set(WICKET_GROUP "wicket" CACHE STRING
+    "The group that the companion's executable gives to whoever runs it, and that may connect to the socket on Linux")
 
 # The path becomes a word of a shell command that root runs and a value in a unit file, unquoted in both, so
 # it may hold nothing that either of them reads as more than itself.
 if(NOT WICKET_HELPER_EXECUTABLE MATCHES "^(/[A-Za-z0-9_][A-Za-z0-9._-]*)+$")
   message(FATAL_ERROR "WICKET_HELPER_EXECUTABLE must be an absolute path whose components are made of letters, "
                       "digits, '.', '_' and '-' and begin with none of '.' and '-': ${WICKET_HELPER_EXECUTABLE}")
+endif()
+# It stands unquoted in unit files and in the source.
+if(NOT WICKET_GROUP MATCHES "^[a-z_][a-z0-9_-]*$")
+  message(FATAL_ERROR "WICKET_GROUP must be made of small letters, digits, '_' and '-': ${WICKET_GROUP}")
 endif()
 # It stands unquoted in a code requirement.
 if(NOT WICKET_TEAM_IDENTIFIER MATCHES "^[A-Z0-9]+$")

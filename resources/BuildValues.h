@@ -11,6 +11,8 @@ class BuildValues {
  public:
   /// Absolute path of the installed helper, of letters, digits, "/", ".", "_" and "-" only.
   [[nodiscard]] static std::string_view helperExecutable();
+  /// Name of the group that the companion's executable gives to whoever runs it.
+  [[nodiscard]] static std::string_view companionGroup();
 };
 
 }  // namespace wicket::resources

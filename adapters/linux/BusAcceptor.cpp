@@ -9,6 +9,9 @@
 #include <sys/socket.h>
 #include <utility>
 
+#include "adapters/linux/AttributedReceive.h"
+#include "adapters/linux/PeerProcess.h"
+
 namespace wicket::linux_adapter {
 namespace {
 
@@ -48,6 +51,7 @@ BusAcceptor::BusAcceptor(posix::Descriptor listening, std::shared_ptr<BusDoorbel
 void BusAcceptor::start(sd_event* event) {
   event_ = event;
   sd_event_source* source = nullptr;
+  AttributedReceive::enable(listening_.get());
   if (sd_event_add_io(event, &source, listening_.get(), EPOLLIN, &onClients, this) < 0) std::terminate();
   clientsSource_.reset(source);
 }
@@ -94,12 +98,7 @@ void BusAcceptor::stop() {
 }
 
 int BusAcceptor::onClients(sd_event_source* /*source*/, int /*descriptor*/, std::uint32_t /*events*/, void* acceptor) {
-  auto& self = *static_cast<BusAcceptor*>(acceptor);
-  try {
-    self.acceptClients();
-  } catch (const std::exception&) {
-    self.rest();  // no memory for a newcomer
-  }
+  static_cast<BusAcceptor*>(acceptor)->acceptClientsOrRest();
   return 0;
 }
 
@@ -107,15 +106,27 @@ int BusAcceptor::onRested(sd_event_source* /*source*/, std::uint64_t /*time*/, v
   auto& self = *static_cast<BusAcceptor*>(acceptor);
   self.isResting_ = false;
   self.listenForClients();
+  // Nothing else reminds of a client that was accepted before the rest.
+  if (self.newcomer_.isOpen()) self.acceptClientsOrRest();
   return 0;
+}
+
+void BusAcceptor::acceptClientsOrRest() {
+  try {
+    acceptClients();
+  } catch (const std::exception&) {
+    rest();  // no memory for a newcomer
+  }
 }
 
 void BusAcceptor::acceptClients() {
   for (int i = 0; i < clientsPerTurn && undecided_.size() < undecidedLimit; ++i) {
     if (!prepareFeed()) return rest();
-    posix::Descriptor client(accept4(listening_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (client.isOpen()) {
-      take(std::move(client));
+    if (!newcomer_.isOpen()) {
+      newcomer_ = posix::Descriptor(accept4(listening_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    }
+    if (newcomer_.isOpen()) {
+      if (!take()) return rest();
     } else if (errno == EAGAIN) {
       return;
     } else if (errno != EINTR && errno != ECONNABORTED) {
@@ -130,17 +141,18 @@ bool BusAcceptor::prepareFeed() {
   return nextFeed_.has_value();
 }
 
-void BusAcceptor::take(posix::Descriptor client) {
-  const auto caller = CallingClient::ofSocket(client.get());
-  if (!caller) return;
-  auto connection = std::make_shared<BusConnection>(doorbell_, *caller);
+bool BusAcceptor::take() {
+  const auto peer = PeerProcess::ofSocket(newcomer_.get());
+  if (!peer) return false;
+  auto connection = std::make_shared<BusConnection>(doorbell_, *peer);
   const auto channel = std::make_shared<BusChannel>(connection, *this);
   // Besides the channels there are the thread itself, the listener that ends and connections without a channel.
   doorbell_->makeRoomFor(channels_.size() + 4);
-  if (channel->open(event_, std::move(client), *std::exchange(nextFeed_, std::nullopt)) < 0) return rest();
+  if (channel->open(event_, std::move(newcomer_), *std::exchange(nextFeed_, std::nullopt)) < 0) return false;
   undecided_.insert(channel.get());
   channels_.emplace(channel.get(), channel);
   connection->attach(channel);
+  return true;
 }
 
 void BusAcceptor::rest() {

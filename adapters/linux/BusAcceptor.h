@@ -38,10 +38,12 @@ class BusAcceptor final : public BusChannel::Owner {
   static int onRested(sd_event_source* source, std::uint64_t time, void* acceptor);
   static int onGraceEnded(sd_event_source* source, std::uint64_t time, void* acceptor);
 
+  void acceptClientsOrRest();
   void acceptClients();
   /// Makes what the next client needs before taking it, so that no client is taken and then dropped.
   [[nodiscard]] bool prepareFeed();
-  void take(posix::Descriptor client);
+  /// Makes a channel for the client that was accepted last; false if there is nothing to make it of now.
+  [[nodiscard]] bool take();
   void rest();
   void listenForClients();
 
@@ -61,6 +63,7 @@ class BusAcceptor final : public BusChannel::Owner {
   SdHandle<sd_event_source> restTimer_;
   bool isResting_ = false;
   std::optional<BusFeed> nextFeed_;
+  posix::Descriptor newcomer_;  ///< accepted, and waiting for its channel
   std::unordered_map<const BusChannel*, std::shared_ptr<BusChannel>> channels_;
   std::unordered_set<const BusChannel*> undecided_;
 

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "adapters/linux/ArgumentReader.h"
+#include "adapters/linux/AttributedReceive.h"
 #include "wire/BusNames.h"
 
 namespace wicket::linux_adapter {
@@ -48,6 +49,7 @@ int BusChannel::startBus(posix::Descriptor client, posix::Descriptor busEnd) {
   if (result < 0) return result;
   (void)busEnd.release();
   client_ = client.release();
+  if (!AttributedReceive::enable(client_)) return -errno;
 
   sd_id128_t id{};
   result = sd_id128_randomize(&id);
@@ -165,13 +167,20 @@ bool BusChannel::mayRead() const {
 }
 
 bool BusChannel::fillInbox() {
-  const ssize_t count = recv(client_, buffer_.data(), buffer_.size(), MSG_DONTWAIT);
-  if (count < 0 && (errno == EAGAIN || errno == EINTR)) return false;
-  if (count <= 0) {
+  const auto received = AttributedReceive::from(client_, buffer_);
+  if (received.count < 0 && (errno == EAGAIN || errno == EINTR)) return false;
+  if (received.count <= 0) {
     connection_->clientEnded();
     return false;
   }
-  inbox_ = std::span(buffer_).first(static_cast<std::size_t>(count));
+  // A socket can be handed on, and a client that did so is no companion: nothing of it is believed any more.
+  const bool isForeign = received.sender ? *received.sender != connection_->peerPid() : phase_ != Phase::handshake;
+  if (isForeign || received.hasMore) {
+    connection_->invalidate();
+    return false;
+  }
+  inbox_ = std::span(buffer_).first(static_cast<std::size_t>(received.count));
+  inboxSenderIsKnown_ = received.sender.has_value();
   return true;
 }
 
@@ -189,6 +198,8 @@ void BusChannel::handOn() {
 void BusChannel::boundaryReached(MessageFramer::Boundary boundary) {
   if (boundary == MessageFramer::Boundary::handshakeEnded) {
     if (sd_bus_is_ready(bus_.get()) <= 0) return connection_->invalidate();
+    // A handshake proves nothing, so it may come from nobody in particular; a call may not.
+    if (!inboxSenderIsKnown_ && !inbox_.empty()) return connection_->invalidate();
     handshakeTimer_.reset();
     phase_ = Phase::deciding;
     sd_event_source_set_enabled(socketSource_.get(), SD_EVENT_OFF);

@@ -73,7 +73,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   void startRunning();
   void writeQueued();
   void readClient();
-  /// Reads what the client has sent next; false if there is nothing now.
+  /// Reads what the client has sent next; false if there is nothing now, or nothing that counts.
   bool fillInbox();
   void handOn();
   void boundaryReached(MessageFramer::Boundary boundary);
@@ -102,6 +102,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   MessageFramer framer_;
   std::array<std::byte, std::size_t{16} << 10U> buffer_;
   std::span<const std::byte> inbox_;
+  bool inboxSenderIsKnown_ = false;
   bool clientHungUp_ = false;
   bool messageWasUnderstood_ = false;
 };

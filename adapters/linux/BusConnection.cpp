@@ -17,8 +17,8 @@ constexpr std::size_t unfinishedByteLimit = wire::messageSizeLimit;
 
 }  // namespace
 
-BusConnection::BusConnection(std::shared_ptr<BusDoorbell> doorbell, CallingClient client)
-    : doorbell_(std::move(doorbell)), client_(client) {}
+BusConnection::BusConnection(std::shared_ptr<BusDoorbell> doorbell, const PeerProcess& peer)
+    : doorbell_(std::move(doorbell)), peer_(peer) {}
 
 void BusConnection::setRemoteObjectInterface(const Interface& interface) {
   const std::scoped_lock lock(mutex_);
@@ -168,7 +168,8 @@ void BusConnection::perform(const HelperCall& call, const std::shared_ptr<ReplyB
     object = exportedObject_;
   }
   if (object == nullptr) return;
-  const CallingClient::Scope onBehalfOf(client_);
+  if (!peer_.isUnchanged()) return invalidate();
+  const CallingClient::Scope onBehalfOf(peer_.client());
   try {
     call.perform(*object, block);
   } catch (const std::exception&) {

@@ -8,9 +8,9 @@
 #include <optional>
 
 #include "adapters/linux/BusDoorbell.h"
-#include "adapters/linux/CallingClient.h"
 #include "adapters/linux/HelperCall.h"
 #include "adapters/linux/OutgoingQueue.h"
+#include "adapters/linux/PeerProcess.h"
 #include "adapters/linux/SerialExecutor.h"
 #include "platform/Connection.h"
 
@@ -19,14 +19,15 @@ namespace wicket::linux_adapter {
 /// A client connection as all threads see it. The socket and the D-Bus side belong to the I/O
 /// thread, in a BusChannel; the two share what is declared here and ring each other's bell.
 ///
-/// A client that goes away still has the calls run that it had sent by then; after invalidate() no
-/// call starts any more. A client that does not read what others have sent to it is invalidated once
-/// OutgoingQueue::limit is reached.
+/// A client that closes still has the calls run that it had sent by then; after invalidate() no call
+/// starts any more. Before each call the process is looked at once more: one that has ended or runs
+/// another executable by then has its connection invalidated instead. A client that does not read what others have sent
+/// to it is invalidated once OutgoingQueue::limit is reached.
 class BusConnection final : public Connection, public std::enable_shared_from_this<BusConnection> {
  public:
-  /// @p client is whom the kernel named when the connection was made.
-  BusConnection(std::shared_ptr<BusDoorbell> doorbell, CallingClient client);
+  BusConnection(std::shared_ptr<BusDoorbell> doorbell, const PeerProcess& peer);
 
+  [[nodiscard]] AuditTokenData auditToken() const override { return peer_.auditToken(); }
   void setRemoteObjectInterface(const Interface& interface) override;
   void setExportedInterface(const Interface& interface) override;
   void setExportedObject(HelperProtocol& object) override;
@@ -64,6 +65,8 @@ class BusConnection final : public Connection, public std::enable_shared_from_th
   /// True while so much is unfinished that the client has to wait with its next message.
   [[nodiscard]] bool isBusy() const;
   [[nodiscard]] OutgoingQueue& outgoing() { return outgoing_; }
+  /// The process that connected: what another one sends is none of its calls.
+  [[nodiscard]] pid_t peerPid() const { return peer_.pid(); }
   /// @}
 
  private:
@@ -79,7 +82,7 @@ class BusConnection final : public Connection, public std::enable_shared_from_th
   void runHandler();
 
   const std::shared_ptr<BusDoorbell> doorbell_;
-  const CallingClient client_;
+  const PeerProcess peer_;
   OutgoingQueue outgoing_;
   SerialExecutor executor_;
 

@@ -14,8 +14,6 @@ struct CallingClient {
   uid_t uid;
 
   [[nodiscard]] static std::optional<CallingClient> current();
-  /// The peer of a connected Unix socket at the moment it connected: SO_PEERCRED of unix(7).
-  [[nodiscard]] static std::optional<CallingClient> ofSocket(int descriptor);
 
   class Scope;
 };

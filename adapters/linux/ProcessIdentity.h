@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "adapters/posix/Descriptor.h"
+#include "adapters/linux/Pidfd.h"
 #include "wire/AuthorizationToken.h"
 
 namespace wicket::linux_adapter {
@@ -30,9 +30,9 @@ class ProcessIdentity {
   [[nodiscard]] int pidfd() const { return pidfd_.get(); }
 
  private:
-  ProcessIdentity(posix::Descriptor pidfd, std::uint32_t pid, std::uint32_t uid, std::uint64_t startTime);
+  ProcessIdentity(Pidfd pidfd, std::uint32_t pid, std::uint32_t uid, std::uint64_t startTime);
 
-  posix::Descriptor pidfd_;
+  Pidfd pidfd_;
   std::uint32_t pid_;
   std::uint32_t uid_;
   std::uint64_t startTime_;

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+#include "platform/AuditToken.h"
+
+namespace wicket::linux_adapter {
+
+/// What is in an audit token.
+struct AuditTokenWords {
+  /// Of an audit user or session that nobody has set.
+  static constexpr std::uint32_t unset = 0xFFFFFFFF;
+
+  std::uint32_t auid;
+  std::uint32_t euid;
+  std::uint32_t egid;
+  std::uint32_t ruid;
+  std::uint32_t rgid;
+  std::uint32_t pid;
+  std::uint32_t asid;
+  /// The low bits of PeerProcess's version; zero when the process was gone already.
+  std::uint32_t pidVersion;
+
+  [[nodiscard]] static AuditTokenWords of(const AuditTokenData& data) { return std::bit_cast<AuditTokenWords>(data); }
+  [[nodiscard]] AuditTokenData data() const { return std::bit_cast<AuditTokenData>(*this); }
+};
+
+}  // namespace wicket::linux_adapter

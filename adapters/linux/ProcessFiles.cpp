@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "adapters/linux/ProcessFiles.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <concepts>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "adapters/posix/Descriptor.h"
+
+namespace wicket::linux_adapter {
+namespace {
+
+template <std::unsigned_integral Number>
+std::optional<Number> leadingNumber(std::string_view text) {
+  Number number = 0;
+  if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc()) return std::nullopt;
+  return number;
+}
+
+/// What follows the first @p fields fields, each of which ends with one @p separator.
+std::optional<std::string_view> behindFields(std::string_view text, int fields, char separator) {
+  for (int passed = 0; passed < fields; ++passed) {
+    const std::size_t end = text.find(separator);
+    if (end == std::string_view::npos) return std::nullopt;
+    text.remove_prefix(end + 1);
+  }
+  return text;
+}
+
+}  // namespace
+
+ProcessFiles::ProcessFiles(pid_t pid) : folder_("/proc/" + std::to_string(pid) + "/") {}
+
+std::string ProcessFiles::path(std::string_view name) const { return folder_ + std::string(name); }
+
+std::optional<std::string> ProcessFiles::read(std::string_view name) const {
+  const posix::Descriptor file(::open(path(name).c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.isOpen()) return std::nullopt;
+  std::string content;
+  std::array<char, 4096> buffer;
+  for (;;) {
+    const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return std::nullopt;
+    if (count == 0) return content;
+    content.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+}
+
+std::optional<std::uint32_t> ProcessFiles::number(std::string_view name) const {
+  const auto content = read(name);
+  return content ? leadingNumber<std::uint32_t>(*content) : std::nullopt;
+}
+
+std::optional<struct stat> ProcessFiles::target(std::string_view name) const {
+  struct stat status{};
+  if (::stat(path(name).c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
+/// The second field is the program's name in parentheses and may hold anything, so the count starts
+/// behind the last parenthesis, where field 3 follows.
+std::optional<std::uint64_t> ProcessFiles::startTime() const {
+  const auto content = read("stat");
+  if (!content) return std::nullopt;
+  const std::size_t nameEnd = content->rfind(')');
+  if (nameEnd == std::string::npos) return std::nullopt;
+  const auto field = behindFields(std::string_view(*content).substr(nameEnd), 22 - 2, ' ');
+  return field ? leadingNumber<std::uint64_t>(*field) : std::nullopt;
+}
+
+/// The program's name, in the first line, is written with its line breaks escaped, so that no key can
+/// be feigned by it.
+std::optional<std::uint32_t> ProcessFiles::statusNumber(std::string_view status, std::string_view key, int index) {
+  const std::string line = "\n" + std::string(key) + ":\t";
+  const std::size_t found = status.find(line);
+  if (found == std::string_view::npos) return std::nullopt;
+  const auto field = behindFields(status.substr(found + line.size()), index, '\t');
+  return field ? leadingNumber<std::uint32_t>(*field) : std::nullopt;
+}
+
+}  // namespace wicket::linux_adapter

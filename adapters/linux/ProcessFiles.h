@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+namespace wicket::linux_adapter {
+
+/// What proc(5) tells about the process that has a number while it is asked. Who asks keeps a Pidfd and
+/// looks afterwards whether that process is still alive: then all answers were about it.
+class ProcessFiles {
+ public:
+  explicit ProcessFiles(pid_t pid);
+
+  /// "/proc/PID/NAME".
+  [[nodiscard]] std::string path(std::string_view name) const;
+  /// The whole content; none when there is no such process.
+  [[nodiscard]] std::optional<std::string> read(std::string_view name) const;
+  /// A file that holds one number, such as "loginuid".
+  [[nodiscard]] std::optional<std::uint32_t> number(std::string_view name) const;
+  /// What a link such as "exe" leads to.
+  [[nodiscard]] std::optional<struct stat> target(std::string_view name) const;
+  /// Clock ticks since boot, field 22 of "stat".
+  [[nodiscard]] std::optional<std::uint64_t> startTime() const;
+
+  /// The number at position @p index, from 0, in the line of @p key in the content of "status".
+  [[nodiscard]] static std::optional<std::uint32_t> statusNumber(std::string_view status, std::string_view key,
+                                                                 int index = 0);
+
+ private:
+  const std::string folder_;
+};
+
+}  // namespace wicket::linux_adapter
