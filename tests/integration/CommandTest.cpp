@@ -32,7 +32,7 @@ class CommandTest : public IntegrationTest {
   }
   /// As an ordinary user whom the socket's group lets in, so that polkit has to decide.
   static Program wicketAsUser(const std::vector<std::string>& words) {
-    std::vector<std::string> all{"setpriv", "--reuid=65534", "--regid=0", "--clear-groups", commandExecutable()};
+    std::vector<std::string> all{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", commandExecutable()};
     all.insert(all.end(), words.begin(), words.end());
     return Program::run(all);
   }

@@ -13,17 +13,24 @@ using namespace std::chrono_literals;
 using support::Program;
 using ::testing::HasSubstr;
 
-/// A client that others wrote, on a D-Bus library that is not the helper's own.
+/// A client that others wrote, on a D-Bus library that is not the helper's own. It carries the companion's
+/// signature, or nobody would talk to it.
 class ForeignClientTest : public IntegrationTest {
  protected:
+  void SetUp() override {
+    IntegrationTest::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    ASSERT_TRUE(CompanionStage::installAsCompanion("/usr/bin/dbus-send", signedDbusSend));
+  }
   static Program dbusSend(const std::string& member, const std::vector<std::string>& arguments = {}) {
-    std::vector<std::string> words{
-        "dbus-send",          "--peer=" + address,  "--print-reply=literal",
-        "--type=method_call", "/net/orvane/Wicket", "net.orvane.Wicket.HelperProtocol." + member};
+    std::vector<std::string> words{signedDbusSend,          "--peer=" + address,
+                                   "--print-reply=literal", "--type=method_call",
+                                   "/net/orvane/Wicket",    "net.orvane.Wicket.HelperProtocol." + member};
     words.insert(words.end(), arguments.begin(), arguments.end());
     return Program::run(words);
   }
 
+  inline static const std::string signedDbusSend = "/run/dbus-send";
   inline static const std::string address = "unix:path=/run/net.orvane.Wicket.TlvPrivilegedHelper";
 };
 
@@ -31,6 +38,14 @@ TEST_F(ForeignClientTest, DbusSendGetsTheVersion) {
   const auto reply = dbusSend("getVersionWithCompletion_");
   EXPECT_EQ(reply.status, 0) << reply.errors;
   EXPECT_THAT(reply.output, HasSubstr("9417"));
+}
+
+TEST_F(ForeignClientTest, DbusSendWithoutTheCompanionsSignatureIsCutBeforeItIsAnswered) {
+  const auto reply = Program::run({"dbus-send", "--peer=" + address, "--print-reply=literal", "--type=method_call",
+                                   "/net/orvane/Wicket", "net.orvane.Wicket.HelperProtocol.getVersionWithCompletion_"});
+  EXPECT_NE(reply.status, 0);
+  EXPECT_EQ(reply.output, "");
+  EXPECT_THAT(dbusSend("getVersionWithCompletion_").output, HasSubstr("9417"));
 }
 
 TEST_F(ForeignClientTest, DbusSendRunsAScriptAndGetsTheReplyCode) {
@@ -66,14 +81,14 @@ TEST_F(ForeignClientTest, DbusSendIsToldWhenTheTypesAreWrong) {
 TEST_F(ForeignClientTest, ATwoInAByteRemovesTheScriptFolder) {
   addScript("job.sh", "#!/bin/bash\n");
   const auto sent =
-      Program::run({"dbus-send", "--peer=unix:path=/run/net.orvane.Wicket.TlvPrivilegedHelper", "--type=method_call",
+      Program::run({signedDbusSend, "--peer=unix:path=/run/net.orvane.Wicket.TlvPrivilegedHelper", "--type=method_call",
                     "/net/orvane/Wicket", "net.orvane.Wicket.HelperProtocol.uninstallWithAll_", "byte:2"});
   EXPECT_EQ(sent.status, 0) << sent.errors;
   EXPECT_TRUE(eventually([] { return !std::filesystem::exists("/var/orvane"); }));
 }
 
 TEST_F(ForeignClientTest, IntrospectionDocumentsTheProtocol) {
-  const auto reply = Program::run({"dbus-send", "--peer=" + address, "--print-reply=literal", "--type=method_call",
+  const auto reply = Program::run({signedDbusSend, "--peer=" + address, "--print-reply=literal", "--type=method_call",
                                    "/net/orvane/Wicket", "org.freedesktop.DBus.Introspectable.Introspect"});
   EXPECT_EQ(reply.status, 0) << reply.errors;
   EXPECT_THAT(reply.output, HasSubstr("<interface name=\"net.orvane.Wicket.HelperProtocol\">"));

@@ -10,7 +10,6 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/PrivateNamespace.h"
 #include "wire/BusNames.h"
 
 namespace wicket::integration {
@@ -20,14 +19,10 @@ using namespace std::chrono_literals;
 
 constexpr char errorFile[] = "/run/helper.errors";
 
-struct Preparation {
-  std::optional<std::string> obstacle;
-  std::vector<std::string> programs;
-};
-
-Preparation& preparation() {
-  static Preparation instance;
-  return instance;
+/// Why the tests cannot run, if they cannot.
+std::optional<std::string>& obstacle() {
+  static std::optional<std::string> reason;
+  return reason;
 }
 
 void makeWorldWritable(const std::string& folder) {
@@ -42,20 +37,16 @@ bool isContinuousIntegration() {
 
 }  // namespace
 
-void IntegrationTest::prepareProcess() {
+void IntegrationTest::prepareProcess(char** arguments) {
+  obstacle() = CompanionStage::enter(arguments);
   // Scripts outlive their helper; this process takes them over, so that it can end them.
   ::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
-  auto& prepared = preparation();
-  prepared.obstacle = support::PrivateNamespace::enter();
-  if (prepared.obstacle) return;
-  prepared.programs = support::PrivateNamespace::keepReachable({WICKET_HELPER, WICKET_COMMAND, WICKET_POLICY});
-  if (prepared.programs.empty()) prepared.obstacle = "the programs cannot be mounted where they stay visible";
 }
 
 void IntegrationTest::SetUp() {
-  if (const auto& obstacle = preparation().obstacle) {
-    if (isContinuousIntegration()) FAIL() << *obstacle;
-    GTEST_SKIP() << *obstacle;
+  if (const auto& reason = obstacle()) {
+    if (isContinuousIntegration()) FAIL() << *reason;
+    GTEST_SKIP() << *reason;
   }
   folders_.emplace();
   for (const char* folder : {"/run", "/var", "/etc/polkit-1"}) ASSERT_TRUE(folders_->replace(folder)) << folder;
@@ -69,6 +60,7 @@ void IntegrationTest::SetUp() {
 void IntegrationTest::activateThrough(const std::string& program) {
   activator_.reset();
   activator_ = std::make_unique<support::SocketActivator>(program, wire::socketPath, errorFile);
+  ASSERT_TRUE(CompanionStage::giveGroup(wire::socketPath, 0660));
 }
 
 void IntegrationTest::replaceSystemctl(int status) {
@@ -84,10 +76,6 @@ void IntegrationTest::TearDown() {
   EXPECT_EQ(helperErrors(), "");
   folders_.reset();
 }
-
-const std::string& IntegrationTest::helperExecutable() { return preparation().programs.at(0); }
-const std::string& IntegrationTest::commandExecutable() { return preparation().programs.at(1); }
-const std::string& IntegrationTest::policyFile() { return preparation().programs.at(2); }
 
 std::unique_ptr<BusClient> IntegrationTest::connect() {
   auto client = BusClient::connect(wire::socketPath);

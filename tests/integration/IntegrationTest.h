@@ -10,6 +10,7 @@
 #include <string>
 #include <sys/types.h>
 
+#include "tests/integration/CompanionStage.h"
 #include "tests/support/BusClient.h"
 #include "tests/support/PrivateFolders.h"
 #include "tests/support/ProcessInspection.h"
@@ -26,15 +27,15 @@ using Clock = std::chrono::steady_clock;
 class IntegrationTest : public ::testing::Test {
  public:
   /// Before the first test: the private namespace, and the programs under paths that stay visible.
-  static void prepareProcess();
+  static void prepareProcess(char** arguments);
 
  protected:
   void SetUp() override;
   void TearDown() override;
 
-  [[nodiscard]] static const std::string& helperExecutable();
-  [[nodiscard]] static const std::string& commandExecutable();
-  [[nodiscard]] static const std::string& policyFile();
+  [[nodiscard]] static std::string helperExecutable() { return CompanionStage::helper(); }
+  [[nodiscard]] static std::string commandExecutable() { return CompanionStage::command(); }
+  [[nodiscard]] static std::string policyFile() { return CompanionStage::policy(); }
 
   [[nodiscard]] support::SocketActivator& activator() { return *activator_; }
   /// For tests in which somebody else owns the socket.

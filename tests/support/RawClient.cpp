@@ -10,6 +10,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "tests/support/FileGroup.h"
 #include "wire/BusNames.h"
 
 namespace wicket::support {
@@ -78,6 +79,7 @@ RawClient::RawClient(const std::string& socketPath) : socket_(::socket(AF_UNIX, 
   address.sun_family = AF_UNIX;
   socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
   const auto* generic = static_cast<const sockaddr*>(static_cast<const void*>(&address));
+  const FileGroup group;  // the helper looks at the group at the moment of connecting
   if (::connect(socket_, generic, sizeof address) == 0) return;
   ::close(socket_);
   socket_ = -1;

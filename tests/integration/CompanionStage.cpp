@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "tests/integration/CompanionStage.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <grp.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "tests/support/FileGroup.h"
+#include "tests/support/PrivateNamespace.h"
+#include "tests/support/Program.h"
+
+namespace wicket::integration {
+namespace {
+
+namespace fs = std::filesystem;
+using support::FileGroup;
+using support::PrivateNamespace;
+
+/// Nothing else in the stage has this number.
+constexpr gid_t groupNumber = 47110;
+
+std::string reachable(const std::string& file) { return "/mnt" / fs::path(file).filename(); }
+std::string installed(const std::string& program) { return "/mnt/installed-" + fs::path(program).filename().string(); }
+
+bool copy(const std::string& from, const std::string& to) {
+  std::error_code error;
+  fs::copy_file(from, to, fs::copy_options::overwrite_existing, error);
+  if (error) std::fprintf(stderr, "%s: %s\n", from.c_str(), error.message().c_str());
+  return !error;
+}
+
+/// The host's groups and ours.
+bool addGroup() {
+  if (::getgrnam(WICKET_GROUP) != nullptr) return true;
+  const std::string groups = "/mnt/group";
+  if (!copy("/etc/group", groups)) return false;
+  std::ofstream(groups, std::ios::app) << WICKET_GROUP << ":x:" << groupNumber << ":\n";
+  return ::mount(groups.c_str(), "/etc/group", nullptr, MS_BIND, nullptr) == 0;
+}
+
+bool build() {
+  const std::vector<std::string> files{WICKET_HELPER,       WICKET_COMMAND,     WICKET_POLICY,
+                                       WICKET_CODESIGN,     WICKET_SIGNING_KEY, WICKET_SIGNING_CERTIFICATES,
+                                       WICKET_ENTITLEMENTS, "/proc/self/exe"};
+  return !PrivateNamespace::keepReachable(files).empty() && addGroup() &&
+         copy(reachable(WICKET_COMMAND), installed(WICKET_COMMAND)) &&
+         CompanionStage::giveGroup(installed(WICKET_COMMAND)) && copy("/proc/self/exe", installed("tests")) &&
+         CompanionStage::giveGroup(installed("tests"));
+}
+
+}  // namespace
+
+std::optional<std::string> CompanionStage::enter(char** arguments) {
+  if (FileGroup::isGiven()) {
+    FileGroup::putAside();
+    return std::nullopt;
+  }
+  if (const auto obstacle = PrivateNamespace::enter()) return obstacle;
+  if (!build()) return "the companion cannot be installed where it stays visible";
+  ::execv(installed("tests").c_str(), arguments);
+  return std::string("the installed test program does not start: ") + std::strerror(errno);
+}
+
+std::string CompanionStage::helper() { return reachable(WICKET_HELPER); }
+std::string CompanionStage::command() { return installed(WICKET_COMMAND); }
+std::string CompanionStage::policy() { return reachable(WICKET_POLICY); }
+
+bool CompanionStage::installAsCompanion(const std::string& program, const std::string& target) {
+  if (!copy(program, target)) return false;
+  const auto sign = support::Program::run({reachable(WICKET_CODESIGN), "sign", "--key", reachable(WICKET_SIGNING_KEY),
+                                           "--certificate", reachable(WICKET_SIGNING_CERTIFICATES), "--identifier",
+                                           "net.orvane.Wicket", "--entitlements", reachable(WICKET_ENTITLEMENTS),
+                                           "--options", "runtime", target});
+  if (sign.status != 0) std::fprintf(stderr, "%s\n", sign.errors.c_str());
+  return sign.status == 0 && giveGroup(target);
+}
+
+bool CompanionStage::giveGroup(const std::string& file, unsigned mode) {
+  const group* const found = ::getgrnam(WICKET_GROUP);
+  return found != nullptr && ::chown(file.c_str(), 0, found->gr_gid) == 0 && ::chmod(file.c_str(), mode) == 0;
+}
+
+}  // namespace wicket::integration
