@@ -7,33 +7,55 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <iostream>
+#include <string>
 #include <system_error>
 #include <utility>
 
 #include "adapters/linux/BusListener.h"
+#include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/SocketActivation.h"
+#include "resources/BuildValues.h"
+#include "resources/TrustedAnchor.h"
 
 namespace wicket {
 namespace linux_adapter {
 namespace {
 
-[[noreturn]] void endUnlessActivated() {
-  std::cerr << "net.orvane.Wicket.TlvPrivilegedHelper: no listening socket was handed over; it is started by its "
-               "systemd socket unit, not by hand.\n";
+void say(const std::string& line) { std::cerr << "net.orvane.Wicket.TlvPrivilegedHelper: " + line + "\n"; }
+
+[[noreturn]] void endBecause(const std::string& reason) {
+  say(reason);
   std::exit(EXIT_FAILURE);
+}
+
+/// Looked up once, so that a client cannot make a lookup slow.
+std::optional<gid_t> companionGroup() {
+  const std::string name(resources::BuildValues::companionGroup());
+  const auto group = groupNamed(name);
+  if (!group) say("there is no group \"" + name + "\", so every client is refused.");
+  return group;
+}
+
+codesign::Certificate trustAnchor() {
+  auto anchor = codesign::Certificate::fromDer(resources::TrustedAnchor::der());
+  if (!anchor) endBecause("the trusted certificate of this build cannot be read: " + anchor.error().message);
+  return *std::move(anchor);
 }
 
 LinuxPlatform* makePlatform() {
   auto listening = takeActivationSocket();
-  if (!listening) endUnlessActivated();
+  if (!listening) {
+    endBecause("no listening socket was handed over; it is started by its systemd socket unit, not by hand.");
+  }
   // A client or a child that has gone is an error of the write, not the end of the process.
   if (std::signal(SIGPIPE, SIG_IGN) == SIG_ERR) std::abort();
-  return new LinuxPlatform(std::move(*listening));
+  return new LinuxPlatform(std::move(*listening), companionGroup(), trustAnchor());
 }
 
 }  // namespace
 
-LinuxPlatform::LinuxPlatform(posix::Descriptor listening) : listening_(std::move(listening)) {}
+LinuxPlatform::LinuxPlatform(posix::Descriptor listening, std::optional<gid_t> group, codesign::Certificate anchor)
+    : listening_(std::move(listening)), codeSigningServices_(group, std::move(anchor)) {}
 
 std::unique_ptr<Listener> LinuxPlatform::makeListener(std::string_view /*machServiceName*/) {
   // The name is in the socket's path: the service manager has chosen the socket by it.

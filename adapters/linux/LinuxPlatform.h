@@ -3,10 +3,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <sys/types.h>
 
 #include "adapters/linux/EmbeddedBundleInformation.h"
 #include "adapters/linux/JournalLog.h"
+#include "adapters/linux/LinuxCodeSigningServices.h"
 #include "adapters/linux/MainRunLoop.h"
 #include "adapters/linux/PolkitAuthorizationServices.h"
 #include "adapters/linux/SystemdServiceJob.h"
@@ -20,14 +23,16 @@ namespace wicket::linux_adapter {
 /// A Linux system with systemd, D-Bus and polkit.
 class LinuxPlatform final : public Platform {
  public:
-  /// @p listening is the socket on which the service manager listens for the one service.
-  explicit LinuxPlatform(posix::Descriptor listening);
+  /// @p listening is the socket on which the service manager listens for the one service. @p group and
+  /// @p anchor tell who may be a client.
+  LinuxPlatform(posix::Descriptor listening, std::optional<gid_t> group, codesign::Certificate anchor);
 
   MainQueue& mainQueue() override { return mainQueue_; }
   UnifiedLog& unifiedLog() override { return unifiedLog_; }
   FileManager& fileManager() override { return fileManager_; }
   ChildProcessLauncher& childProcessLauncher() override { return childProcessLauncher_; }
   AuthorizationServices& authorizationServices() override { return authorizationServices_; }
+  CodeSigningServices& codeSigningServices() override { return codeSigningServices_; }
   BundleInformation& mainBundle() override { return mainBundle_; }
   ServiceJob& serviceJob() override { return serviceJob_; }
   std::unique_ptr<Listener> makeListener(std::string_view machServiceName) override;
@@ -39,6 +44,7 @@ class LinuxPlatform final : public Platform {
   PosixFileManager fileManager_;
   PosixChildProcessLauncher childProcessLauncher_;
   PolkitAuthorizationServices authorizationServices_;
+  LinuxCodeSigningServices codeSigningServices_;
   EmbeddedBundleInformation mainBundle_;
   SystemdServiceJob serviceJob_;
 };
