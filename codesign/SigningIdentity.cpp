@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <openssl/err.h>
+#include <openssl/x509v3.h>
 #include <utility>
 
 namespace wicket::codesign {
@@ -42,6 +43,19 @@ std::expected<SigningIdentity, std::string> SigningIdentity::fromParts(KeyObject
   ERR_clear_error();
   if (!fits) return std::unexpected("The key is not that of the first certificate");
   return SigningIdentity(std::move(key), std::move(certificates));
+}
+
+std::optional<std::string> SigningIdentity::problemNow() const {
+  for (const Certificate& certificate : certificates_) {
+    const bool hasBegun = X509_cmp_current_time(X509_get0_notBefore(certificate.x509())) < 0;
+    const bool hasEnded = X509_cmp_current_time(X509_get0_notAfter(certificate.x509())) < 0;
+    if (!hasBegun) return "The certificate of " + certificate.subjectText() + " is not valid yet";
+    if (hasEnded) return "The certificate of " + certificate.subjectText() + " has expired";
+  }
+  X509* signer = certificates_.front().x509();
+  const bool namesPurposes = (X509_get_extension_flags(signer) & EXFLAG_XKUSAGE) != 0;
+  if (namesPurposes && (X509_get_extended_key_usage(signer) & XKU_CODE_SIGN) != 0) return std::nullopt;
+  return "The certificate of " + certificates_.front().subjectText() + " is not meant for signing code";
 }
 
 }  // namespace wicket::codesign

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <expected>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ class SigningIdentity {
   /// At least one certificate.
   [[nodiscard]] static std::expected<SigningIdentity, std::string> fromParts(KeyObject key,
                                                                              std::vector<Certificate> certificates);
+
+  /// Why no verifier, or soon none, would take what this identity signs now: a certificate that has expired or is
+  /// not valid yet, or a signer's certificate that is not meant for code. A sentence without its full stop.
+  [[nodiscard]] std::optional<std::string> problemNow() const;
 
   [[nodiscard]] EVP_PKEY* key() const { return key_.get(); }
   /// The signer's first.

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "codesign/PrivateKey.h"
+#include "codesign/command/Output.h"
+
+namespace wicket::codesign::command {
+
+/// What every subcommand works with.
+struct Context {
+  Output& output;
+  PrivateKey::AskForSecret askForSecret{};
+};
+
+struct SignOptions {
+  std::string key;
+  std::string certificateFile;
+  std::string identifier;
+  std::optional<std::string> entitlementsFile;
+  bool isRuntime = false;
+  std::string file;
+};
+
+struct VerifyOptions {
+  std::string anchorFile;
+  std::optional<std::string> requirement;
+  std::string file;
+};
+
+struct DisplayOptions {
+  std::optional<std::string> anchorFile;
+  bool asJson = false;
+  std::string file;
+};
+
+/// Each returns the exit status.
+[[nodiscard]] int sign(Context& context, const SignOptions& options);
+[[nodiscard]] int verify(Context& context, const VerifyOptions& options);
+[[nodiscard]] int display(Context& context, const DisplayOptions& options);
+
+}  // namespace wicket::codesign::command

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <utility>
+
+#include "codesign/CodeDirectory.h"
+#include "codesign/Signer.h"
+#include "codesign/command/Commands.h"
+#include "codesign/command/ExitStatus.h"
+#include "codesign/command/Files.h"
+#include "codesign/command/QuotedText.h"
+
+namespace wicket::codesign::command {
+
+namespace {
+
+std::expected<PropertyDictionary, Problem> entitlementsFrom(const std::string& path) {
+  const auto text = textOfFile(path);
+  if (!text) return std::unexpected(text.error());
+  const auto list = PropertyValue::fromXml(*text);
+  const auto* dictionary = list ? list->as<PropertyDictionary>() : nullptr;
+  if (dictionary != nullptr) return *dictionary;
+  return std::unexpected(Problem{"The file " + quotedText(path) + " holds no dictionary: " +
+                                     (list ? "the property list is something else" : list.error().message),
+                                 "Pass a property list in XML with --entitlements"});
+}
+
+std::expected<SigningRequest, Problem> requestFrom(const SignOptions& options) {
+  SigningRequest request{options.identifier, options.isRuntime ? CodeDirectory::runtimeFlag : 0, std::nullopt};
+  if (!options.entitlementsFile) return request;
+  auto entitlements = entitlementsFrom(*options.entitlementsFile);
+  if (!entitlements) return std::unexpected(entitlements.error());
+  request.entitlements = std::move(*entitlements);
+  return request;
+}
+
+std::expected<void, Problem> signFile(const Context& context, const SignOptions& options) {
+  const auto request = requestFrom(options);
+  if (!request) return std::unexpected(request.error());
+  const auto identity = SigningIdentity::load(options.key, options.certificateFile, context.askForSecret);
+  if (!identity) return std::unexpected(Problem{identity.error(), "Check --key and --certificate"});
+  if (const auto problem = identity->problemNow()) {
+    return std::unexpected(Problem{*problem, "Sign with a certificate for code signing that is valid now"});
+  }
+  const auto isSigned = Signer::sign(options.file, *request, *identity);
+  if (isSigned) return {};
+  return std::unexpected(Problem{"The file " + quotedText(options.file) + " was not signed: " + isSigned.error(),
+                                 "It is as it was; check the file and its folder"});
+}
+
+}  // namespace
+
+int sign(Context& context, const SignOptions& options) {
+  const auto isSigned = signFile(context, options);
+  if (isSigned) return exit_status::success;
+  context.output.printProblem(isSigned.error());
+  return exit_status::failure;
+}
+
+}  // namespace wicket::codesign::command
