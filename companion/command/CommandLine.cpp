@@ -40,6 +40,7 @@ class Grammar {
     if (run_->parsed()) return run(context, {name_, !noWait_});
     if (list_->parsed()) return list(context, asJson_);
     if (remove_->parsed()) return remove(context, name_);
+    if (doctor_->parsed()) return examine(context, asJson_);
     return uninstall(context, uninstallOptions_);
   }
 
@@ -80,6 +81,9 @@ class Grammar {
     uninstall_ = app_.add_subcommand("uninstall", "Remove the helper from this machine");
     uninstall_->add_flag("--all", uninstallOptions_.all, "Remove all installed scripts as well");
     uninstall_->add_flag("--yes", uninstallOptions_.assumeYes, "Do not ask");
+    doctor_ = app_.add_subcommand("doctor", "Explain why the helper would refuse this command, and what to do");
+    doctor_->add_flag("--json", asJson_, "Print a JSON object with ok and checks: check, ok, statement, nextStep");
+    doctor_->footer("Ends with 0 only when all is well. Asks the helper for its version, which starts it.");
   }
 
   CLI::App app_{"Install scripts and run them as root through the Wicket helper", "wicket"};
@@ -89,6 +93,7 @@ class Grammar {
   CLI::App* list_ = nullptr;
   CLI::App* remove_ = nullptr;
   CLI::App* uninstall_ = nullptr;
+  CLI::App* doctor_ = nullptr;
   CLI::Option* installName_ = nullptr;
   std::string file_;
   std::string newName_;

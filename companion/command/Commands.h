@@ -31,5 +31,7 @@ struct UninstallOptions {
 [[nodiscard]] int list(Context& context, bool asJson);
 [[nodiscard]] int remove(Context& context, const std::string& name);
 [[nodiscard]] int uninstall(Context& context, const UninstallOptions& options);
+/// "doctor": what would keep the helper from serving this program.
+[[nodiscard]] int examine(Context& context, bool asJson);
 
 }  // namespace wicket::companion::command

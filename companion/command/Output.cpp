@@ -25,6 +25,7 @@ bool terminalHasColours() {
 
 constexpr std::string_view red = "\033[1;31m";
 constexpr std::string_view yellow = "\033[1;33m";
+constexpr std::string_view green = "\033[32m";
 constexpr std::string_view plain = "\033[0m";
 
 }  // namespace
@@ -55,6 +56,16 @@ void Output::printHelperLine(std::string_view line) {
 void Output::printProblem(const Problem& problem) { printMarked("wicket:", red, problem); }
 
 void Output::printWarning(const Problem& problem) { printMarked("wicket: warning:", yellow, problem); }
+
+void Output::printCheck(bool isWell, std::string_view statement, std::string_view nextStep) {
+  std::string line = isWell ? "ok     " : "problem";
+  if (terminals_.standardOutput && terminals_.colours) {
+    line = std::string(isWell ? green : red) + line + std::string(plain);
+  }
+  line += "  " + std::string(statement) + ".";
+  if (!nextStep.empty()) line += "\n         Next: " + std::string(nextStep) + ".";
+  printLine(line);
+}
 
 void Output::printQuestion(std::string_view question) { write(standardError_, question); }
 

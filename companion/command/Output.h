@@ -30,6 +30,8 @@ class Output {
   /// "wicket: cause. next step."
   void printProblem(const Problem& problem);
   void printWarning(const Problem& problem);
+  /// One line of an examination, and a second one with the next step where there is one.
+  void printCheck(bool isWell, std::string_view statement, std::string_view nextStep);
   /// Without a line ending, on standard error: standard output may be a file.
   void printQuestion(std::string_view question);
   /// Leaves the terminal's cursor at the beginning of a line.

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <algorithm>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "companion/GroupPrivilege.h"
+#include "companion/command/Commands.h"
+#include "companion/command/ExitStatus.h"
+#include "companion/command/Json.h"
+#include "companion/doctor/Diagnosis.h"
+
+namespace wicket::companion::command {
+
+namespace {
+
+using doctor::Finding;
+using doctor::HelperAnswer;
+
+HelperAnswer askHelper(const ConnectOptions& options) {
+  auto helper = HelperConnection::connect(options);
+  if (!helper) return HelperAnswer::unreachable;
+  return helper->getVersion() ? HelperAnswer::answered : HelperAnswer::refused;
+}
+
+std::string jsonOf(const Finding& finding) {
+  return "{\"check\": " + jsonString(finding.check) + ", \"ok\": " + (finding.isWell ? "true" : "false") +
+         ", \"statement\": " + jsonString(finding.statement) + ", \"nextStep\": " + jsonString(finding.nextStep) + "}";
+}
+
+void printJson(Output& output, const std::vector<Finding>& findings, bool isWell) {
+  std::string text = std::string("{\"ok\": ") + (isWell ? "true" : "false") + ", \"checks\": [";
+  for (const Finding& finding : findings) text += (&finding == findings.data() ? "\n " : ",\n ") + jsonOf(finding);
+  output.printLine(text + "]}");
+}
+
+void printFindings(Output& output, const std::vector<Finding>& findings) {
+  for (const Finding& finding : findings) output.printCheck(finding.isWell, finding.statement, finding.nextStep);
+}
+
+}  // namespace
+
+int examine(Context& context, bool asJson) {
+  const GroupPrivilege* const privilege = context.connection.privilege;
+  const gid_t group = privilege != nullptr ? privilege->group() : ::getegid();
+  const auto facts = doctor::SystemFacts::gather(group, context.connection.socketPath);
+  auto findings = doctor::diagnose(facts);
+  const HelperAnswer answer = S_ISSOCK(facts.socket.mode) ? askHelper(context.connection) : HelperAnswer::notAsked;
+  for (Finding& finding : doctor::diagnose(answer)) findings.push_back(std::move(finding));
+  const bool isWell = std::ranges::all_of(findings, &Finding::isWell);
+  if (asJson) {
+    printJson(context.output, findings, isWell);
+  } else {
+    printFindings(context.output, findings);
+  }
+  return isWell ? exit_status::success : exit_status::failure;
+}
+
+}  // namespace wicket::companion::command

@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "companion/doctor/Diagnosis.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "companion/DisplayText.h"
+#include "companion/doctor/SignatureDiagnosis.h"
+
+namespace wicket::companion::doctor {
+
+namespace {
+
+constexpr char installAgain[] = "Install Wicket again";
+constexpr mode_t programMode = 02755;
+constexpr mode_t socketMode = 0660;
+
+std::string octal(mode_t mode) {
+  std::array<char, 8> text{};
+  std::snprintf(text.data(), text.size(), "%04o", static_cast<unsigned>(mode));
+  return text.data();
+}
+
+std::string unknown(const FileFacts& file) { return quotedText(file.path) + ": " + std::strerror(file.error); }
+
+/// The findings so far, in the order of the checks.
+class Report {
+ public:
+  explicit Report(const SystemFacts& facts) : facts_(facts) {}
+
+  std::vector<Finding> make() && {
+    addKernel();
+    addHelper();
+    addGroup();
+    addSocket();
+    addProgram();
+    addProcess();
+    for (Finding& finding : diagnose(facts_.program.signature, facts_.program.file.path)) {
+      findings_.push_back(std::move(finding));
+    }
+    addPolkit();
+    return std::move(findings_);
+  }
+
+ private:
+  void well(std::string check, std::string statement) {
+    findings_.push_back({std::move(check), true, std::move(statement), {}});
+  }
+  void problem(std::string check, std::string statement, std::string nextStep) {
+    findings_.push_back({std::move(check), false, std::move(statement), std::move(nextStep)});
+  }
+
+  void addKernel() {
+    if (!facts_.kernel.opensProcesses) {
+      problem("kernel", "The kernel cannot pin a process (pidfd_open)", "Use Linux 6.5 or newer");
+    } else if (!facts_.kernel.namesPeerProcess) {
+      // The helper then goes by the process's number and start time, which it checks again and again.
+      well("kernel", "The kernel tells the helper the number of the process that connects (it has no SO_PEERPIDFD)");
+    } else {
+      well("kernel", "The kernel tells the helper which process connects");
+    }
+  }
+
+  void addHelper() {
+    const FileFacts& helper = facts_.helper;
+    if (!helper.isKnown()) {
+      problem("helper", "The helper is not installed: " + unknown(helper), "Install Wicket's helper");
+    } else if (!S_ISREG(helper.mode) || (helper.mode & S_IXUSR) == 0) {
+      problem("helper", "The helper " + quotedText(helper.path) + " is no executable file", installAgain);
+    } else if (helper.owner != 0 || helper.isWritableByOthers()) {
+      problem("helper", "The helper " + quotedText(helper.path) + " can be changed by others than root",
+              "Find out who changed it, then install Wicket again");
+    } else {
+      well("helper", "The helper is installed");
+    }
+  }
+
+  void addGroup() {
+    if (facts_.group) {
+      well("group", "There is a group " + facts_.groupName);
+    } else {
+      problem("group", "There is no group " + facts_.groupName,
+              "As root: systemd-sysusers, or groupadd --system " + facts_.groupName);
+    }
+  }
+
+  void addSocket() {
+    constexpr char restart[] = "As root: systemctl restart net.orvane.Wicket.TlvPrivilegedHelper.socket";
+    const FileFacts& socket = facts_.socket;
+    if (socket.error == ENOENT) {
+      problem("socket", "There is no socket " + quotedText(socket.path),
+              "As root: systemctl enable --now net.orvane.Wicket.TlvPrivilegedHelper.socket");
+    } else if (!socket.isKnown()) {
+      problem("socket", "The socket cannot be seen: " + unknown(socket), restart);
+    } else if (!S_ISSOCK(socket.mode)) {
+      problem("socket", quotedText(socket.path) + " is not a socket", "Remove it as root. " + std::string(restart));
+    } else {
+      well("socket", "The socket is there");
+      addSocketRights(restart);
+    }
+  }
+  void addSocketRights(const std::string& nextStep) {
+    const FileFacts& socket = facts_.socket;
+    const bool isOfGroup = !facts_.group || socket.group == *facts_.group;
+    if (socket.owner == 0 && isOfGroup && socket.permissions() == socketMode) {
+      well("socket-mode", "The socket lets the group in and nobody else");
+      return;
+    }
+    problem("socket-mode",
+            "The socket " + quotedText(socket.path) + " has owner " + std::to_string(socket.owner) + ", group " +
+                std::to_string(socket.group) + " and mode " + octal(socket.permissions()) + " instead of root, " +
+                facts_.groupName + " and " + octal(socketMode),
+            nextStep);
+  }
+
+  void addProgram() {
+    const FileFacts& file = facts_.program.file;
+    if (!file.isKnown() || !S_ISREG(file.mode)) {
+      problem("program", "The file of this program cannot be looked at: " + unknown(file),
+              "Check that /proc is mounted");
+      return;
+    }
+    addProgramOwner();
+    addProgramMode();
+    if (facts_.program.mountIgnoresSetGroup) {
+      problem("mount", quotedText(file.path) + " lies on a file system that is mounted with nosuid",
+              "Install it on a file system that is mounted without nosuid");
+    } else {
+      well("mount", "The program's file system allows set-group programs");
+    }
+  }
+  /// The order matters: a change of the group takes the set-group bit away.
+  [[nodiscard]] std::string repair() const {
+    const std::string name = quotedText(facts_.program.file.path);
+    return "Use the installed wicket command, or as root: chown root:" + facts_.groupName + " " + name + " && chmod " +
+           octal(programMode) + " " + name;
+  }
+  void addProgramOwner() {
+    const FileFacts& file = facts_.program.file;
+    const std::string name = quotedText(file.path);
+    if (file.owner == 0) {
+      well("program-owner", "The program belongs to root");
+    } else {
+      problem("program-owner", name + " belongs to user " + std::to_string(file.owner) + ", not to root", repair());
+    }
+    if (!facts_.group) return;
+    if (file.group == *facts_.group) {
+      well("program-group", "The program belongs to the group " + facts_.groupName);
+    } else {
+      problem("program-group",
+              name + " belongs to group " + std::to_string(file.group) + ", not to " + facts_.groupName, repair());
+    }
+  }
+  void addProgramMode() {
+    const FileFacts& file = facts_.program.file;
+    const std::string name = quotedText(file.path);
+    const std::string mode = " (mode " + octal(file.permissions()) + ")";
+    constexpr mode_t givesItsGroup = S_ISGID | S_IXGRP;
+    if ((file.mode & givesItsGroup) != givesItsGroup) {
+      problem("set-group", name + " has no set-group bit that counts" + mode, repair());
+    } else {
+      well("set-group", "The program has its set-group bit");
+    }
+    if (file.isWritableByOthers()) {
+      problem("program-mode", name + " can be changed by others than root" + mode, repair());
+    } else {
+      well("program-mode", "Nobody but root can change the program");
+    }
+    if (facts_.program.hasAccessControlList) {
+      problem("access-control-list", name + " has an access control list", "As root: setfacl --remove-all " + name);
+    }
+  }
+
+  void addProcess() {
+    const SystemFacts::Process& process = facts_.process;
+    if (process.hasNoNewPrivileges) {
+      problem("no-new-privileges", "This process runs under no_new_privs, where the set-group bit means nothing",
+              "Run the command outside of the sandbox or service that sets it (NoNewPrivileges=)");
+    } else {
+      well("no-new-privileges", "The process may gain its group");
+    }
+    if (process.tracer != 0) {
+      problem("traced", "Process " + std::to_string(process.tracer) + " traces this one",
+              "Run the command without a debugger or tracer");
+    } else {
+      well("traced", "Nobody traces the process");
+    }
+    if (!process.isInFirstUserNamespace) {
+      problem("user-namespace", "This process runs in a user namespace of its own",
+              "Run the command outside of the container or sandbox");
+    } else {
+      well("user-namespace", "The process runs in the system's own user namespace");
+    }
+    addProcessGroup();
+  }
+  void addProcessGroup() {
+    if (!facts_.group) return;
+    if (facts_.process.startedWithGroup == *facts_.group) {
+      well("process-group", "The process began with the group " + facts_.groupName);
+      return;
+    }
+    problem("process-group",
+            "This process began with group " + std::to_string(facts_.process.startedWithGroup) + " instead of " +
+                facts_.groupName,
+            "Correct the problems above, then run the command again");
+  }
+
+  void addPolkit() {
+    if (facts_.polkit.action.isKnown()) {
+      well("polkit-action", "polkit knows the action that guards installations");
+    } else {
+      problem("polkit-action",
+              "polkit does not know the action that guards installations: " + unknown(facts_.polkit.action),
+              installAgain);
+    }
+    if (facts_.polkit.isOnBus) {
+      well("polkit", "polkit is there");
+    } else {
+      problem("polkit", "polkit is not there, so nobody can agree to an installation",
+              "Install the package polkitd, and check it with: systemctl status polkit");
+    }
+  }
+
+  const SystemFacts& facts_;
+  std::vector<Finding> findings_;
+};
+
+}  // namespace
+
+std::vector<Finding> diagnose(const SystemFacts& facts) { return Report(facts).make(); }
+
+std::vector<Finding> diagnose(HelperAnswer answer) {
+  switch (answer) {
+    case HelperAnswer::notAsked:
+      return {};
+    case HelperAnswer::unreachable:
+      return {{"answer", false, "There is no connection to the helper",
+               "As root: systemctl status net.orvane.Wicket.TlvPrivilegedHelper.socket"}};
+    case HelperAnswer::refused:
+      return {{"answer", false, "The helper refuses this program",
+               "Correct the problems above; where there are none, install command and helper of the same build"}};
+    case HelperAnswer::answered:
+      break;
+  }
+  return {{"answer", true, "The helper answers this program", {}}};
+}
+
+}  // namespace wicket::companion::doctor

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace wicket::companion::doctor {
+
+/// What the signature of a program's file says and whether it holds, as the helper sees it.
+struct SignatureFacts {
+  enum class State {
+    missing,     ///< there is no signature block
+    unreadable,  ///< there is one that is damaged, or the file cannot be read
+    notTrusted,  ///< it does not lead to the anchor that this build trusts
+    altered,     ///< the file is not what was signed
+    holds,
+  };
+
+  State state = State::missing;
+  std::string reason{};  ///< a sentence without its full stop when the signature does not hold
+
+  // The rest says something only about a signature that leads to the anchor.
+  bool isHardened = false;
+  bool hasEntitlements = false;
+  std::vector<std::string> openDoors{};  ///< entitlements that let other code into the program
+  std::string requirement{};             ///< what the helper demands
+  bool meetsRequirement = false;
+};
+
+}  // namespace wicket::companion::doctor

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "companion/doctor/SystemFacts.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <fcntl.h>
+#include <fstream>
+#include <grp.h>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/statvfs.h>
+#include <sys/syscall.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include "companion/Descriptor.h"
+#include "companion/doctor/CompanionRequirement.h"
+#include "companion/doctor/PolkitPresence.h"
+#include "companion/doctor/SignatureExamination.h"
+#include "resources/BuildValues.h"
+#include "resources/TrustedAnchor.h"
+#include "store/Identifier.h"
+
+namespace wicket::companion::doctor {
+
+namespace {
+
+constexpr char ownExecutable[] = "/proc/self/exe";
+
+/// The group of root says nothing about a program, so the helper does not take it.
+std::optional<gid_t> groupNumber(const std::string& name) {
+  const group* const entry = ::getgrnam(name.c_str());
+  return entry == nullptr || entry->gr_gid == 0 ? std::nullopt : std::optional(entry->gr_gid);
+}
+
+bool hasAccessControlList(int descriptor) {
+  if (::fgetxattr(descriptor, "system.posix_acl_access", nullptr, 0) >= 0) return true;
+  return errno != ENODATA && errno != EOPNOTSUPP;
+}
+
+/// A number of /proc/self/status, 0 when it is not there.
+long statusNumber(std::string_view name) {
+  std::ifstream file("/proc/self/status");
+  for (std::string line; std::getline(file, line);) {
+    if (!line.starts_with(name)) continue;
+    const std::size_t digits = line.find_first_of("0123456789");
+    if (digits == std::string::npos) return 0;
+    long number = 0;
+    std::from_chars(line.data() + digits, line.data() + line.size(), number);
+    return number;
+  }
+  return 0;
+}
+
+/// Only there every user is mapped to itself.
+bool isInFirstUserNamespace() {
+  std::ifstream file("/proc/self/uid_map");
+  unsigned long inside = 0;
+  unsigned long outside = 0;
+  unsigned long count = 0;
+  constexpr unsigned long all = 4294967295;
+  return file >> inside >> outside >> count && inside == 0 && outside == 0 && count == all;
+}
+
+SystemFacts::Process gatherProcess(gid_t startedWithGroup) {
+  return {startedWithGroup, statusNumber("NoNewPrivs:") != 0, static_cast<pid_t>(statusNumber("TracerPid:")),
+          isInFirstUserNamespace()};
+}
+
+std::string pathOfOwnExecutable() {
+  std::array<char, 4096> path{};
+  const ssize_t length = ::readlink(ownExecutable, path.data(), path.size());
+  return length < 0 ? std::string(ownExecutable) : std::string(path.data(), static_cast<std::size_t>(length));
+}
+
+SignatureFacts signatureOf(int descriptor) {
+  const auto anchor = codesign::Certificate::fromDer(resources::TrustedAnchor::der());
+  if (!anchor)
+    return {.state = SignatureFacts::State::notTrusted, .reason = "The anchor of this build is no certificate"};
+  return examineSignature(descriptor, *anchor, std::string(CompanionRequirement::text()));
+}
+
+SystemFacts::Program gatherProgram() {
+  SystemFacts::Program program;
+  // The file that runs, even if another one has taken its path meanwhile.
+  const Descriptor file(::open(ownExecutable, O_RDONLY | O_CLOEXEC));
+  program.file = FileFacts::of(file.get(), pathOfOwnExecutable(), errno);
+  if (!file.isValid()) return program;
+  struct statvfs mount{};
+  program.mountIgnoresSetGroup = ::fstatvfs(file.get(), &mount) == 0 && (mount.f_flag & ST_NOSUID) != 0;
+  program.hasAccessControlList = hasAccessControlList(file.get());
+  program.signature = signatureOf(file.get());
+  return program;
+}
+
+bool kernelNamesPeerProcess() {
+  constexpr int peerPidfd = 77;  // SO_PEERPIDFD, which the system's headers lack before glibc 2.39
+  std::array<int, 2> ends{-1, -1};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return false;
+  const Descriptor one(ends[0]);
+  const Descriptor other(ends[1]);
+  int pidfd = -1;
+  socklen_t size = sizeof pidfd;
+  if (::getsockopt(one.get(), SOL_SOCKET, peerPidfd, &pidfd, &size) != 0) return false;
+  return Descriptor(pidfd).isValid();
+}
+
+bool kernelOpensProcesses() {
+  // The header of this call lacks C linkage in glibc 2.36.
+  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0U))).isValid();
+}
+
+}  // namespace
+
+SystemFacts SystemFacts::gather(gid_t startedWithGroup, const std::string& socketPath) {
+  SystemFacts facts;
+  facts.process = gatherProcess(startedWithGroup);
+  facts.program = gatherProgram();
+  facts.kernel = {kernelOpensProcesses(), kernelNamesPeerProcess()};
+  facts.polkit = {FileFacts::of(std::string("/usr/share/polkit-1/actions/") + Identifier::privilegedHelper + ".policy"),
+                  polkitIsOnBus()};
+  facts.group = groupNumber(facts.groupName);
+  facts.socket = FileFacts::of(socketPath);
+  facts.helper = FileFacts::of(std::string(resources::BuildValues::helperExecutable()));
+  return facts;
+}
+
+}  // namespace wicket::companion::doctor

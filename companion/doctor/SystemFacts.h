@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <optional>
+#include <string>
+#include <sys/types.h>
+
+#include "companion/doctor/FileFacts.h"
+#include "companion/doctor/SignatureFacts.h"
+#include "resources/BuildValues.h"
+#include "wire/BusNames.h"
+
+namespace wicket::companion::doctor {
+
+/// Everything that decides whether the helper lets this program in, gathered before it is judged.
+struct SystemFacts {
+  struct Process {
+    gid_t startedWithGroup = 0;  ///< its effective group when it began
+    bool hasNoNewPrivileges = false;
+    pid_t tracer = 0;  ///< 0: nobody
+    bool isInFirstUserNamespace = true;
+  };
+  struct Program {
+    FileFacts file{};
+    bool mountIgnoresSetGroup = false;
+    bool hasAccessControlList = false;  ///< which can let others change it, whatever its mode says
+    SignatureFacts signature{};
+  };
+  struct Kernel {
+    bool opensProcesses = true;    ///< pidfd_open(), from Linux 5.3 on
+    bool namesPeerProcess = true;  ///< SO_PEERPIDFD, from Linux 6.5 on
+  };
+  struct Polkit {
+    FileFacts action{};
+    bool isOnBus = true;  ///< its daemon runs, or can be started by the message bus
+  };
+
+  Process process{};
+  Program program{};
+  Kernel kernel{};
+  Polkit polkit{};
+  /// The group of the program's file and of the socket.
+  std::string groupName{resources::BuildValues::companionGroup()};
+  std::optional<gid_t> group{};  ///< its number, when there is one; never that of root
+  FileFacts socket{};
+  FileFacts helper{};
+
+  /// Looks at the real system. Starts nothing and changes nothing.
+  [[nodiscard]] static SystemFacts gather(gid_t startedWithGroup, const std::string& socketPath = wire::socketPath);
+};
+
+}  // namespace wicket::companion::doctor

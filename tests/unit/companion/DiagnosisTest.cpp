@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "companion/doctor/Diagnosis.h"
+
+namespace wicket::companion::doctor {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr gid_t wicketGroup = 990;
+
+/// A system on which the helper lets this program in.
+SystemFacts healthySystem() {
+  SystemFacts facts;
+  facts.process.startedWithGroup = wicketGroup;
+  facts.program.file = {"/usr/bin/wicket", 0, S_IFREG | 02755, 0, wicketGroup};
+  facts.program.signature.state = SignatureFacts::State::holds;
+  facts.program.signature.isHardened = true;
+  facts.program.signature.hasEntitlements = true;
+  facts.program.signature.requirement = "identifier \"net.orvane.Wicket\"";
+  facts.program.signature.meetsRequirement = true;
+  facts.polkit.action = {"/usr/share/polkit-1/actions/wicket.policy", 0, S_IFREG | 0644, 0, 0};
+  facts.groupName = "wicket";
+  facts.group = wicketGroup;
+  facts.socket = {"/run/wicket", 0, S_IFSOCK | 0660, 0, wicketGroup};
+  facts.helper = {"/usr/libexec/helper", 0, S_IFREG | 0755, 0, 0};
+  return facts;
+}
+
+std::vector<Finding> problemsOf(const SystemFacts& facts) {
+  std::vector<Finding> findings = diagnose(facts);
+  std::erase_if(findings, &Finding::isWell);
+  return findings;
+}
+
+struct Disorder {
+  std::string name;
+  std::function<void(SystemFacts&)> cause;
+  std::string check;      ///< the only one that has to fail
+  std::string statement;  ///< part of it
+  std::string nextStep;   ///< part of it
+};
+
+void PrintTo(const Disorder& disorder, std::ostream* stream) { *stream << disorder.name; }
+
+class DiagnosisOfDisorderTest : public testing::TestWithParam<Disorder> {};
+
+TEST_P(DiagnosisOfDisorderTest, IsOneProblemWithItsNextStep) {
+  SystemFacts facts = healthySystem();
+  GetParam().cause(facts);
+  const auto problems = problemsOf(facts);
+  ASSERT_EQ(problems.size(), 1U);
+  EXPECT_EQ(problems.front().check, GetParam().check);
+  EXPECT_THAT(problems.front().statement, HasSubstr(GetParam().statement));
+  EXPECT_THAT(problems.front().nextStep, HasSubstr(GetParam().nextStep));
+}
+
+using State = SignatureFacts::State;
+
+const std::vector<Disorder> disorders{
+    {"HelperMissing", [](SystemFacts& f) { f.helper.error = ENOENT; }, "helper", "not installed", "Install"},
+    {"HelperOfAUser", [](SystemFacts& f) { f.helper.owner = 1000; }, "helper", "others than root",
+     "install Wicket again"},
+    {"HelperWritableByOthers", [](SystemFacts& f) { f.helper.mode |= S_IWOTH; }, "helper", "others than root",
+     "changed it"},
+    {"HelperNotExecutable", [](SystemFacts& f) { f.helper.mode = S_IFREG | 0644; }, "helper", "no executable",
+     "Install"},
+    {"HelperIsAFolder", [](SystemFacts& f) { f.helper.mode = S_IFDIR | 0755; }, "helper", "no executable", "Install"},
+    {"SocketMissing", [](SystemFacts& f) { f.socket.error = ENOENT; }, "socket", "no socket", "systemctl enable --now"},
+    {"SocketHidden", [](SystemFacts& f) { f.socket.error = EACCES; }, "socket", "Permission denied",
+     "systemctl restart"},
+    {"SocketIsAFile", [](SystemFacts& f) { f.socket.mode = S_IFREG | 0660; }, "socket", "is not a socket", "Remove it"},
+    {"SocketOpenForAll", [](SystemFacts& f) { f.socket.mode = S_IFSOCK | 0666; }, "socket-mode", "0666", "restart"},
+    {"SocketClosedForTheGroup", [](SystemFacts& f) { f.socket.mode = S_IFSOCK | 0600; }, "socket-mode", "0600",
+     "restart"},
+    {"SocketOfAnotherGroup", [](SystemFacts& f) { f.socket.group = 5; }, "socket-mode", "group 5", "restart"},
+    {"SocketOfAUser", [](SystemFacts& f) { f.socket.owner = 1000; }, "socket-mode", "owner 1000", "restart"},
+    {"ProgramOfAUser", [](SystemFacts& f) { f.program.file.owner = 1000; }, "program-owner", "user 1000",
+     "chown root:wicket"},
+    {"ProgramOfAnotherGroup", [](SystemFacts& f) { f.program.file.group = 7; }, "program-group", "group 7",
+     "chown root:wicket"},
+    {"ProgramWithoutSetGroupBit", [](SystemFacts& f) { f.program.file.mode = S_IFREG | 0755; }, "set-group",
+     "no set-group bit that counts (mode 0755)", "chmod 2755"},
+    {"ProgramWritableByItsGroup", [](SystemFacts& f) { f.program.file.mode |= S_IWGRP; }, "program-mode", "2775",
+     "chmod 2755"},
+    {"ProgramUnknown", [](SystemFacts& f) { f.program.file.error = ENOENT; }, "program", "cannot be looked at",
+     "/proc"},
+    {"MountWithoutSetGroup", [](SystemFacts& f) { f.program.mountIgnoresSetGroup = true; }, "mount", "nosuid",
+     "without nosuid"},
+    {"NoNewPrivileges", [](SystemFacts& f) { f.process.hasNoNewPrivileges = true; }, "no-new-privileges",
+     "no_new_privs", "outside of the sandbox"},
+    {"Traced", [](SystemFacts& f) { f.process.tracer = 77; }, "traced", "Process 77", "without a debugger"},
+    {"UserNamespace", [](SystemFacts& f) { f.process.isInFirstUserNamespace = false; }, "user-namespace",
+     "user namespace of its own", "outside of the container"},
+    {"AnotherProcessGroup", [](SystemFacts& f) { f.process.startedWithGroup = 1000; }, "process-group", "group 1000",
+     "run the command again"},
+    {"Unsigned", [](SystemFacts& f) { f.program.signature.state = State::missing; }, "signature", "is not signed",
+     "wicket-codesign"},
+    {"SignatureDamaged",
+     [](SystemFacts& f) {
+       f.program.signature.state = State::unreadable;
+       f.program.signature.reason = "It is torn";
+     },
+     "signature", "It is torn", "Install"},
+    {"AnotherAnchor", [](SystemFacts& f) { f.program.signature.state = State::notTrusted; }, "signature",
+     "whom this build trusts", "same build"},
+    {"Altered", [](SystemFacts& f) { f.program.signature.state = State::altered; }, "signature", "has been altered",
+     "install Wicket again"},
+    {"NotHardened", [](SystemFacts& f) { f.program.signature.isHardened = false; }, "runtime", "hardened runtime",
+     "--options runtime"},
+    {"NoEntitlements", [](SystemFacts& f) { f.program.signature.hasEntitlements = false; }, "entitlements",
+     "no entitlements", "--entitlements"},
+    {"OpenDoor", [](SystemFacts& f) { f.program.signature.openDoors = {"com.apple.security.get-task-allow"}; },
+     "entitlements", "com.apple.security.get-task-allow", "without these entitlements"},
+    {"RequirementNotMet", [](SystemFacts& f) { f.program.signature.meetsRequirement = false; }, "requirement",
+     "identifier \"net.orvane.Wicket\"", "certificate"},
+    {"NoPolkitAction", [](SystemFacts& f) { f.polkit.action.error = ENOENT; }, "polkit-action", "does not know",
+     "Install"},
+    {"NoPolkit", [](SystemFacts& f) { f.polkit.isOnBus = false; }, "polkit", "not there", "polkitd"},
+    {"ProgramThatItsGroupCannotRun", [](SystemFacts& f) { f.program.file.mode = S_IFREG | 02745; }, "set-group",
+     "(mode 2745)", "chmod 2755"},
+    {"AccessControlList", [](SystemFacts& f) { f.program.hasAccessControlList = true; }, "access-control-list",
+     "access control list", "setfacl --remove-all"},
+    {"KernelWithoutPidfd", [](SystemFacts& f) { f.kernel.opensProcesses = false; }, "kernel", "pidfd_open", "Linux"},
+};
+
+INSTANTIATE_TEST_SUITE_P(All, DiagnosisOfDisorderTest, testing::ValuesIn(disorders),
+                         [](const auto& entry) { return entry.param.name; });
+
+TEST(DiagnosisTest, AHealthySystemHasNoProblemAndEachCheckIsNamedOnce) {
+  const auto findings = diagnose(healthySystem());
+  EXPECT_THAT(problemsOf(healthySystem()), IsEmpty());
+  std::vector<std::string> checks;
+  for (const Finding& finding : findings) {
+    checks.push_back(finding.check);
+    EXPECT_EQ(finding.nextStep, "") << finding.check;
+  }
+  EXPECT_THAT(checks, ElementsAre("kernel", "helper", "group", "socket", "socket-mode", "program-owner",
+                                  "program-group", "set-group", "program-mode", "mount", "no-new-privileges", "traced",
+                                  "user-namespace", "process-group", "signature", "runtime", "entitlements",
+                                  "requirement", "polkit-action", "polkit"));
+}
+
+TEST(DiagnosisTest, AKernelThatNamesOnlyTheNumberOfAProcessIsWellEnough) {
+  SystemFacts facts = healthySystem();
+  facts.kernel.namesPeerProcess = false;
+  EXPECT_THAT(problemsOf(facts), IsEmpty());
+  EXPECT_THAT(diagnose(facts).front().statement, HasSubstr("SO_PEERPIDFD"));
+}
+
+TEST(DiagnosisTest, WithoutTheGroupNothingIsSaidAboutWhatShouldBelongToIt) {
+  SystemFacts facts = healthySystem();
+  facts.group.reset();
+  const auto problems = problemsOf(facts);
+  ASSERT_EQ(problems.size(), 1U);
+  EXPECT_EQ(problems.front().check, "group");
+  EXPECT_THAT(problems.front().nextStep, HasSubstr("groupadd --system wicket"));
+}
+
+TEST(DiagnosisTest, WhatAStrangersSignatureSaysIsNotRepeated) {
+  SystemFacts facts = healthySystem();
+  facts.program.signature.openDoors = {"evil"};
+  for (const State state : {State::missing, State::unreadable, State::notTrusted}) {
+    facts.program.signature.state = state;
+    EXPECT_EQ(problemsOf(facts).size(), 1U);
+  }
+}
+
+TEST(DiagnosisTest, ACopyOfThePlainProgramHasAllItsProblemsNamed) {
+  SystemFacts facts = healthySystem();
+  facts.program.file = {"/home/user/wicket", 0, S_IFREG | 0755, 1000, 1000};
+  facts.process.startedWithGroup = 1000;
+  facts.program.signature.state = State::missing;
+  std::vector<std::string> checks;
+  for (const Finding& finding : problemsOf(facts)) {
+    checks.push_back(finding.check);
+    EXPECT_NE(finding.nextStep, "") << finding.check;
+  }
+  EXPECT_THAT(checks, ElementsAre("program-owner", "program-group", "set-group", "process-group", "signature"));
+}
+
+TEST(DiagnosisTest, TheHelpersAnswerHasTheLastWord) {
+  EXPECT_THAT(diagnose(HelperAnswer::notAsked), IsEmpty());
+  EXPECT_TRUE(diagnose(HelperAnswer::answered).front().isWell);
+  for (const HelperAnswer answer : {HelperAnswer::unreachable, HelperAnswer::refused}) {
+    ASSERT_EQ(diagnose(answer).size(), 1U);
+    EXPECT_FALSE(diagnose(answer).front().isWell);
+    EXPECT_NE(diagnose(answer).front().nextStep, "");
+  }
+}
+
+}  // namespace
+}  // namespace wicket::companion::doctor
