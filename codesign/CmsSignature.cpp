@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <openssl/err.h>
 #include <openssl/objects.h>
+#include <openssl/x509v3.h>
 
 #include "codesign/CertificatePath.h"
 #include "codesign/CryptoContext.h"
@@ -132,6 +133,19 @@ CertificateChain chainOf(STACK_OF(X509) * certificates) {
   return CertificateChain(std::move(leafFirst));
 }
 
+/// Each certificate followed by its issuer as far as there is one, then the rest. The message keeps them in an
+/// order that says nothing.
+void putIssuersBehind(std::vector<Certificate>& signersFirst) {
+  for (std::size_t index = 1; index < signersFirst.size(); ++index) {
+    const auto rest = signersFirst.begin() + static_cast<std::ptrdiff_t>(index);
+    const auto issuer = std::find_if(rest, signersFirst.end(), [&](const Certificate& candidate) {
+      return X509_check_issued(candidate.x509(), signersFirst[index - 1].x509()) == X509_V_OK;
+    });
+    if (issuer == signersFirst.end()) return;
+    std::iter_swap(rest, issuer);
+  }
+}
+
 bool addCertificates(CMS_ContentInfo* message, const SigningIdentity& identity) {
   return std::ranges::all_of(identity.certificates(), [&](const Certificate& certificate) {
     // The signer's own is there already.
@@ -183,6 +197,7 @@ std::expected<CmsSignature::Verified, SigningFailure> CmsSignature::readUnverifi
   std::ranges::stable_partition(signersFirst, [&](const Certificate& certificate) {
     return CMS_SignerInfo_cert_cmp(signer, certificate.x509()) == 0;
   });
+  putIssuersBehind(signersFirst);
   return Verified{contentOf(message.get()), CertificateChain(std::move(signersFirst)), false};
 }
 

@@ -68,6 +68,9 @@ KeyObject throughProvider(const std::string& uri, UI_METHOD* method, Question& q
 }
 
 KeyObject throughEngine(ENGINE* engine, const std::string& uri, UI_METHOD* method, Question& question) {
+  constexpr int evenIfUnknown = 1;
+  // It would write the URI to standard error when something fails, and a PIN may be in that.
+  ENGINE_ctrl_cmd_string(engine, "QUIET", nullptr, evenIfUnknown);
   if (ENGINE_init(engine) != 1) return nullptr;
   KeyObject key(ENGINE_load_private_key(engine, uri.c_str(), method, &question));
   ENGINE_finish(engine);  // the key holds a reference of its own
