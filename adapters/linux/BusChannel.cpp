@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <chrono>
 #include <exception>
+#include <fcntl.h>
 #include <poll.h>
 #include <string_view>
 #include <sys/epoll.h>
@@ -45,11 +46,14 @@ int BusChannel::startBus(posix::Descriptor client, posix::Descriptor busEnd) {
   int result = sd_bus_new(&created);
   if (result < 0) return result;
   bus_.reset(created);
-  result = sd_bus_set_fd(bus_.get(), busEnd.get(), client.get());
+  client_ = std::move(client);
+  if (!AttributedReceive::enable(client_.get())) return -errno;
+  posix::Descriptor outgoing(fcntl(client_.get(), F_DUPFD_CLOEXEC, 0));
+  if (!outgoing.isOpen()) return -errno;
+  result = sd_bus_set_fd(bus_.get(), busEnd.get(), outgoing.get());
   if (result < 0) return result;
   (void)busEnd.release();
-  client_ = client.release();
-  if (!AttributedReceive::enable(client_)) return -errno;
+  (void)outgoing.release();
 
   sd_id128_t id{};
   result = sd_id128_randomize(&id);
@@ -59,13 +63,13 @@ int BusChannel::startBus(posix::Descriptor client, posix::Descriptor busEnd) {
   if (result >= 0) result = sd_bus_negotiate_fds(bus_.get(), 0);
   if (result >= 0) result = sd_bus_add_filter(bus_.get(), nullptr, &onMessage, this);
   if (result >= 0) result = sd_bus_start(bus_.get());
-  setsockopt(client_, SOL_SOCKET, SO_SNDBUF, &sendBufferSize, sizeof sendBufferSize);
+  setsockopt(client_.get(), SOL_SOCKET, SO_SNDBUF, &sendBufferSize, sizeof sendBufferSize);
   return result;
 }
 
 int BusChannel::addSources(sd_event* event) {
   sd_event_source* socket = nullptr;
-  int result = sd_event_add_io(event, &socket, client_, EPOLLIN, &onSocket, this);
+  int result = sd_event_add_io(event, &socket, client_.get(), EPOLLIN, &onSocket, this);
   if (result < 0) return result;
   socketSource_.reset(socket);
   sd_event_source* timer = nullptr;
@@ -156,7 +160,7 @@ void BusChannel::readClient() {
 }
 
 bool BusChannel::hasClientHungUp() {
-  pollfd state{client_, 0, 0};
+  pollfd state{client_.get(), 0, 0};
   if (!clientHungUp_ && poll(&state, 1, 0) > 0) clientHungUp_ = true;
   return clientHungUp_;
 }
@@ -167,7 +171,7 @@ bool BusChannel::mayRead() const {
 }
 
 bool BusChannel::fillInbox() {
-  const auto received = AttributedReceive::from(client_, buffer_);
+  const auto received = AttributedReceive::from(client_.get(), buffer_);
   if (received.count < 0 && (errno == EAGAIN || errno == EINTR)) return false;
   if (received.count <= 0) {
     connection_->clientEnded();
@@ -273,6 +277,7 @@ void BusChannel::close() {
   handshakeTimer_.reset();
   sender_.forgetAll();
   bus_.reset();
+  client_.reset();
   feed_.reset();
   // A connection may be kept long after its end: it must not keep this channel's memory, too.
   connection_->attach({});

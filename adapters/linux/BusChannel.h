@@ -92,7 +92,10 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   std::optional<BusVtable> methods_;
   std::optional<BusVtable> signals_;
 
-  int client_ = -1;         ///< owned by the bus
+  /// The bus has a duplicate of its own, which it closes when it likes. This one leaves the event loop
+  /// before it is closed: a socket that a starting child still holds would stay in the loop otherwise,
+  /// with nothing left behind it.
+  posix::Descriptor client_;
   posix::Descriptor feed_;  ///< whose other end the bus reads
   SdHandle<sd_bus> bus_;
   SdHandle<sd_event_source> socketSource_;
