@@ -49,7 +49,7 @@ bool addGroup() {
 bool build() {
   const std::vector<std::string> files{WICKET_HELPER,       WICKET_COMMAND,     WICKET_POLICY,
                                        WICKET_CODESIGN,     WICKET_SIGNING_KEY, WICKET_SIGNING_CERTIFICATES,
-                                       WICKET_ENTITLEMENTS, "/proc/self/exe"};
+                                       WICKET_ENTITLEMENTS};
   return !PrivateNamespace::keepReachable(files).empty() && addGroup() &&
          copy(reachable(WICKET_COMMAND), installed(WICKET_COMMAND)) &&
          CompanionStage::giveGroup(installed(WICKET_COMMAND)) && copy("/proc/self/exe", installed("tests")) &&

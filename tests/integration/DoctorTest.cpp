@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include "tests/integration/IntegrationTest.h"
+#include "tests/support/PolkitSandbox.h"
+#include "tests/support/Program.h"
+
+namespace wicket::integration {
+namespace {
+
+using support::Program;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+/// "wicket doctor" of an ordinary user, on a machine where all is well until the test spoils something.
+class DoctorTest : public IntegrationTest {
+ protected:
+  void SetUp() override {
+    IntegrationTest::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    const std::filesystem::path installed = WICKET_INSTALLED_HELPER;
+    folders_.emplace();
+    ASSERT_TRUE(folders_->replace(installed.parent_path()));
+    std::filesystem::copy_file(helperExecutable(), installed);
+    polkit_ = support::PolkitSandbox::start(policyFile());
+    ASSERT_NE(polkit_, nullptr);
+  }
+  void TearDown() override {
+    polkit_.reset();
+    folders_.reset();
+    IntegrationTest::TearDown();
+  }
+
+  static Program doctor(const std::string& program = commandExecutable(), const std::vector<std::string>& through = {},
+                        const std::vector<std::string>& options = {}) {
+    std::vector<std::string> words{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    words.insert(words.end(), through.begin(), through.end());
+    words.insert(words.end(), {program, "doctor"});
+    words.insert(words.end(), options.begin(), options.end());
+    return Program::run(words);
+  }
+  /// A copy of the installed command at a path where the test may spoil it.
+  static std::string copied(const std::string& target = "/run/wicket") {
+    std::filesystem::copy_file(commandExecutable(), target);
+    EXPECT_TRUE(CompanionStage::giveGroup(target));
+    return target;
+  }
+  static void expectProblem(const Program& program, const std::string& statement, const std::string& nextStep) {
+    EXPECT_EQ(program.status, 1) << program.errors;
+    EXPECT_EQ(program.errors, "");
+    EXPECT_THAT(program.output, HasSubstr("problem  "));
+    EXPECT_THAT(program.output, HasSubstr(statement));
+    EXPECT_THAT(program.output, AllOf(HasSubstr("         Next: "), HasSubstr(nextStep)));
+    EXPECT_THAT(program.output, Not(HasSubstr("\x1B"))) << "colour without a terminal";
+  }
+
+ private:
+  std::optional<support::PrivateFolders> folders_;
+  std::unique_ptr<support::PolkitSandbox> polkit_;
+};
+
+TEST_F(DoctorTest, EndsWithZeroWhereAllIsWell) {
+  const auto program = doctor();
+  EXPECT_EQ(program.status, 0) << program.output;
+  EXPECT_THAT(program.output, AllOf(HasSubstr("The helper answers this program"), Not(HasSubstr("problem"))));
+  EXPECT_EQ(program.errors, "");
+}
+
+TEST_F(DoctorTest, PrintsTheSameAsJson) {
+  const auto well = doctor(commandExecutable(), {}, {"--json"});
+  EXPECT_EQ(well.status, 0);
+  EXPECT_THAT(well.output, AllOf(testing::StartsWith("{\"ok\": true, \"checks\": ["),
+                                 HasSubstr("{\"check\": \"answer\", \"ok\": true, \"statement\": ")));
+  const auto ill = doctor(commandExecutable(), {"setpriv", "--no-new-privs"}, {"--json"});
+  EXPECT_EQ(ill.status, 1);
+  EXPECT_THAT(ill.output, AllOf(testing::StartsWith("{\"ok\": false"),
+                                HasSubstr("{\"check\": \"no-new-privileges\", \"ok\": false, ")));
+}
+
+TEST_F(DoctorTest, ColoursATerminal) {
+  const auto program = Program::run(
+      {"script", "--quiet", "--return", "--command", "env TERM=xterm " + commandExecutable() + " doctor", "/dev/null"});
+  EXPECT_THAT(program.output, HasSubstr("\x1B["));
+}
+
+TEST_F(DoctorTest, ExplainsNoNewPrivileges) {
+  expectProblem(doctor(commandExecutable(), {"setpriv", "--no-new-privs"}), "no_new_privs", "NoNewPrivileges=");
+}
+
+TEST_F(DoctorTest, ExplainsAUserNamespace) {
+  const auto probe =
+      Program::run({"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "unshare", "--user", "true"});
+  if (probe.status != 0) GTEST_SKIP() << "users may not make namespaces here: " << probe.errors;
+  expectProblem(doctor(commandExecutable(), {"unshare", "--user"}), "user namespace", "outside of the container");
+}
+
+TEST_F(DoctorTest, ExplainsAMissingSetGroupBit) {
+  const auto program = copied();
+  ASSERT_EQ(::chmod(program.c_str(), 0755), 0);
+  expectProblem(doctor(program), "no set-group bit", "chmod 2755");
+}
+
+TEST_F(DoctorTest, ExplainsAnotherGroup) {
+  const auto program = copied();
+  ASSERT_EQ(::chown(program.c_str(), 0, 12345), 0);
+  ASSERT_EQ(::chmod(program.c_str(), 02755), 0);
+  expectProblem(doctor(program), "belongs to group 12345", "chown root:wicket");
+}
+
+TEST_F(DoctorTest, ExplainsANosuidMount) {
+  std::filesystem::create_directory("/run/nosuid");
+  ASSERT_EQ(::mount("wicket-tests", "/run/nosuid", "tmpfs", MS_NOSUID, "mode=755"), 0);
+  const auto program = doctor(copied("/run/nosuid/wicket"));
+  ::umount2("/run/nosuid", MNT_DETACH);
+  expectProblem(program, "mounted with nosuid", "without nosuid");
+}
+
+TEST_F(DoctorTest, ExplainsAMissingSignature) {
+  const auto program = copied();
+  std::filesystem::resize_file(program, std::filesystem::file_size(program) - 1);
+  ASSERT_TRUE(CompanionStage::giveGroup(program));
+  expectProblem(doctor(program), "is not signed", "wicket-codesign");
+}
+
+TEST_F(DoctorTest, ExplainsAnAlteredProgram) {
+  const auto program = copied();
+  std::string content = readFile(program);
+  const std::size_t text = content.find("Run an installed script as root");
+  ASSERT_NE(text, std::string::npos);
+  content[text] = 'r';
+  writeFile(program, content);
+  ASSERT_TRUE(CompanionStage::giveGroup(program));
+  expectProblem(doctor(program), "has been altered", "install Wicket again");
+}
+
+TEST_F(DoctorTest, ExplainsAMissingSocket) {
+  stopActivator();
+  std::filesystem::remove("/run/net.orvane.Wicket.TlvPrivilegedHelper");
+  expectProblem(doctor(), "There is no socket", "systemctl enable --now");
+}
+
+TEST_F(DoctorTest, ExplainsASocketOfAnotherMode) {
+  ASSERT_TRUE(CompanionStage::giveGroup("/run/net.orvane.Wicket.TlvPrivilegedHelper", 0666));
+  expectProblem(doctor(), "mode 0666", "systemctl restart");
+}
+
+TEST_F(DoctorTest, ExplainsAMissingHelper) {
+  std::filesystem::remove(WICKET_INSTALLED_HELPER);
+  expectProblem(doctor(), "The helper is not installed", "Install");
+}
+
+TEST_F(DoctorTest, ExplainsAMissingPolkitAction) {
+  std::filesystem::remove("/usr/share/polkit-1/actions/net.orvane.Wicket.TlvPrivilegedHelper.policy");
+  expectProblem(doctor(), "polkit does not know the action", "Install");
+}
+
+}  // namespace
+}  // namespace wicket::integration
