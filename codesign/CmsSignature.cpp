@@ -112,6 +112,18 @@ X509Object inOwnContext(const Certificate& certificate) {
   return X509Object(copy);
 }
 
+/// Nothing but the path is carried along: what is not on it is signed by nobody.
+bool areAllOn(STACK_OF(X509) * path, STACK_OF(X509) * carried) {
+  for (int index = 0; index < sk_X509_num(carried); ++index) {
+    bool isOnPath = false;
+    for (int step = 0; step < sk_X509_num(path) && !isOnPath; ++step) {
+      isOnPath = X509_cmp(sk_X509_value(carried, index), sk_X509_value(path, step)) == 0;
+    }
+    if (!isOnPath) return false;
+  }
+  return true;
+}
+
 bool signatureHolds(CMS_ContentInfo* message) {
   constexpr unsigned certificatesAreAlreadyVerified = CMS_NO_SIGNER_CERT_VERIFY;
   const BioObject sink(BIO_new(BIO_s_null()));
@@ -182,6 +194,7 @@ std::expected<CmsSignature::Verified, SigningFailure> CmsSignature::verify(std::
   const X509Stack carried(CMS_get1_certs(message.get()));
   const auto path = CertificatePath::find(*signer, carried.get(), root.get());
   if (!path) return Failure(path.error());
+  if (!areAllOn(path->certificates(), carried.get())) return Failure(SigningFailure::messageMalformed);
   if (!signatureHolds(message.get())) return Failure(SigningFailure::signatureWrong);
   return Verified{contentOf(message.get()), chainOf(path->certificates()), path->hasExpired()};
 }

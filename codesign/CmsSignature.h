@@ -30,9 +30,9 @@ class CmsSignature {
 
   /// The message has exactly one signer, and CertificatePath's rules lead from its certificate to @p anchor.
   /// What is signed are the signed attributes, with the content's SHA-2 digest of at least 256 bits and its
-  /// type "data" among them; nothing unsigned and no revocation list is carried along, and the encoding is
-  /// the one that DER allows. No content is returned before all of that has been found true. Any thread; no
-  /// network, no files, no environment.
+  /// type "data" among them; no certificate beside the path, no unsigned attribute and no revocation list is
+  /// carried along, and the encoding is the one that DER allows. No content is returned before all of that has been
+  /// found true. Any thread; no network, no files, no environment.
   [[nodiscard]] static std::expected<Verified, SigningFailure> verify(std::span<const std::byte> message,
                                                                       const Certificate& anchor);
 
