@@ -12,6 +12,7 @@
 #include <openssl/x509v3.h>
 #include <utility>
 
+#include "codesign/CryptoContext.h"
 #include "codesign/ObjectIdentifier.h"
 
 namespace wicket::codesign {
@@ -53,6 +54,18 @@ std::unexpected<CertificateError> failure(const char* message) {
 Bio reading(std::string_view text) {
   const bool fits = text.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
   return Bio(fits ? BIO_new_mem_buf(text.data(), static_cast<int>(text.size())) : nullptr);
+}
+
+/// To be filled by a parser, which reads no configuration file then.
+X509* emptyCertificate() { return X509_new_ex(CryptoContext::get(), nullptr); }
+
+X509* nextCertificate(BIO* pem) {
+  X509* parsed = emptyCertificate();
+  if (parsed != nullptr && PEM_read_bio_X509(pem, &parsed, nullptr, nullptr) != nullptr) {
+    return parsed;
+  }
+  X509_free(parsed);  // null if the parser has freed it
+  return nullptr;
 }
 
 std::optional<std::string> utf8(const ASN1_STRING* text) {
@@ -100,8 +113,8 @@ std::expected<Certificate, CertificateError> Certificate::fromDer(std::span<cons
     return copy;
   }();
   const unsigned char* position = bytes.data();
-  X509* parsed = d2i_X509(nullptr, &position, static_cast<long>(bytes.size()));
-  if (parsed == nullptr) {
+  X509* parsed = emptyCertificate();
+  if (parsed == nullptr || d2i_X509(&parsed, &position, static_cast<long>(bytes.size())) == nullptr) {
     return failure("this is no X.509 certificate in DER");
   }
   Certificate certificate = owning(parsed);
@@ -113,7 +126,7 @@ std::expected<Certificate, CertificateError> Certificate::fromDer(std::span<cons
 
 std::expected<Certificate, CertificateError> Certificate::fromPem(std::string_view pem) {
   const Bio bio = reading(pem);
-  X509* parsed = bio ? PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr) : nullptr;
+  X509* parsed = bio ? nextCertificate(bio.get()) : nullptr;
   if (parsed == nullptr) {
     return failure("there is no X.509 certificate in PEM");
   }
@@ -123,7 +136,7 @@ std::expected<Certificate, CertificateError> Certificate::fromPem(std::string_vi
 std::expected<std::vector<Certificate>, CertificateError> Certificate::allFromPem(std::string_view pem) {
   const Bio bio = reading(pem);
   std::vector<Certificate> all;
-  while (X509* parsed = bio ? PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr) : nullptr) {
+  while (X509* parsed = bio ? nextCertificate(bio.get()) : nullptr) {
     all.push_back(owning(parsed));
   }
   const bool isAtEnd = ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE;
