@@ -29,7 +29,11 @@ bool makeUnreadable() { return ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0; }
 GroupPrivilege::GroupPrivilege() {
   gid_t saved = 0;
   require(::getresgid(&own_, &group_, &saved) == 0);
-  putAside();
+  // Without another group there is nothing to put aside, and in a user namespace that does not know the
+  // user's own one no group could be set, either.
+  isGivenUp_ = group_ == own_ && saved == own_;
+  if (!isGivenUp_) putAside();
+  require(makeUnreadable());
 }
 
 GroupPrivilege::~GroupPrivilege() { giveUp(); }
@@ -53,12 +57,14 @@ void GroupPrivilege::giveUp() {
 }
 
 GroupPrivilege::InEffect::InEffect(GroupPrivilege& privilege) : privilege_(privilege) {
-  if (privilege_.isGivenUp_ || !privilege_.wasGiven()) return;
+  if (privilege_.isGivenUp_) return;
   // Where the kernel refuses, so does the helper, and says what is missing.
   static_cast<void>(!::setresgid(unchanged, privilege_.group_, unchanged));
   require(makeUnreadable());
 }
 
-GroupPrivilege::InEffect::~InEffect() { privilege_.putAside(); }
+GroupPrivilege::InEffect::~InEffect() {
+  if (!privilege_.isGivenUp_) privilege_.putAside();
+}
 
 }  // namespace wicket::companion

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "codesign/CodeDirectory.h"
+#include "codesign/Signer.h"
+#include "companion/Descriptor.h"
+#include "companion/doctor/CompanionRequirement.h"
+#include "companion/doctor/SignatureExamination.h"
+#include "security/CodesignCheck.h"
+#include "tests/doubles/RecordingConnection.h"
+#include "tests/doubles/ScriptedCodeSigningServices.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestCertificates.h"
+
+namespace wicket::companion::doctor {
+namespace {
+
+using codesign::Certificate;
+using codesign::CodeDirectory;
+using codesign::PropertyDictionary;
+using codesign::PropertyValue;
+using codesign::SigningRequest;
+using support::TestChain;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using State = SignatureFacts::State;
+
+constexpr char requirement[] =
+    "anchor apple generic and identifier \"net.orvane.Wicket\" and "
+    "certificate leaf[field.1.2.840.113635.100.6.1.13] exists";
+
+codesign::SigningIdentity identityOf(const TestChain& chain) {
+  EVP_PKEY_up_ref(chain.leaf.key());
+  return codesign::SigningIdentity::fromParts(
+             codesign::KeyObject(chain.leaf.key()),
+             {Certificate::retaining(chain.leaf.x509()), Certificate::retaining(chain.intermediate.x509()),
+              Certificate::retaining(chain.root.x509())})
+      .value();
+}
+
+class SignatureExaminationTest : public testing::Test {
+ protected:
+  SignatureExaminationTest() { std::ofstream(path_) << "#!/bin/sh\nexit 7\n"; }
+
+  void sign(const SigningRequest& request) { sign(request, chain_); }
+  void sign(const SigningRequest& request, const TestChain& chain) {
+    const auto result = codesign::Signer::sign(path_, request, identityOf(chain));
+    ASSERT_TRUE(result) << result.error();
+  }
+  [[nodiscard]] SignatureFacts examine() const {
+    const Descriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+    return examineSignature(file.get(), Certificate::retaining(chain_.root.x509()), requirement);
+  }
+  /// Replaces one byte.
+  void alterAt(std::streamoff position) const {
+    std::fstream file(path_, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekg(position);
+    const int before = file.get();
+    file.seekp(position);
+    file.put(static_cast<char>(before ^ 1));
+  }
+  static SigningRequest request(PropertyDictionary entitlements = {}) {
+    return {"net.orvane.Wicket", CodeDirectory::runtimeFlag, std::move(entitlements)};
+  }
+  [[nodiscard]] const std::string& path() const { return path_; }
+
+ private:
+  support::TemporaryFolder folder_;
+  std::string path_ = folder_.path("program");
+  TestChain chain_ = TestChain::developerId();
+};
+
+TEST_F(SignatureExaminationTest, TheGenuineProgramHolds) {
+  sign(request());
+  const auto facts = examine();
+  EXPECT_EQ(facts.state, State::holds) << facts.reason;
+  EXPECT_TRUE(facts.isHardened);
+  EXPECT_TRUE(facts.hasEntitlements);
+  EXPECT_THAT(facts.openDoors, IsEmpty());
+  EXPECT_TRUE(facts.meetsRequirement);
+}
+
+TEST_F(SignatureExaminationTest, AnUnsignedFileHasNoSignature) { EXPECT_EQ(examine().state, State::missing); }
+
+TEST_F(SignatureExaminationTest, ATruncatedFileHasNoSignature) {
+  sign(request());
+  std::filesystem::resize_file(path(), std::filesystem::file_size(path()) - 1);
+  EXPECT_EQ(examine().state, State::missing);
+}
+
+TEST_F(SignatureExaminationTest, AnAlteredFileIsToldFromASignatureThatHolds) {
+  sign(request());
+  alterAt(11);
+  const auto facts = examine();
+  EXPECT_EQ(facts.state, State::altered);
+  EXPECT_THAT(facts.reason, HasSubstr("altered"));
+  EXPECT_TRUE(facts.meetsRequirement) << "what the signature says still comes from its maker";
+}
+
+TEST_F(SignatureExaminationTest, AnotherRootIsNotTrusted) {
+  sign(request(), TestChain::developerId());
+  const auto facts = examine();
+  EXPECT_EQ(facts.state, State::notTrusted);
+  EXPECT_FALSE(facts.meetsRequirement);
+}
+
+TEST_F(SignatureExaminationTest, TheHardenedRuntimeIsABitOfItsOwn) {
+  sign({"net.orvane.Wicket", ~CodeDirectory::runtimeFlag, PropertyDictionary{}});
+  EXPECT_FALSE(examine().isHardened);
+}
+
+TEST_F(SignatureExaminationTest, NoEntitlementsAreSomethingElseThanAnEmptyList) {
+  sign({"net.orvane.Wicket", CodeDirectory::runtimeFlag, std::nullopt});
+  EXPECT_FALSE(examine().hasEntitlements);
+}
+
+TEST_F(SignatureExaminationTest, EntitlementsThatAreSetOrNoNumbersAreOpenDoors) {
+  sign(request({{"com.apple.security.get-task-allow", PropertyValue(true)},
+                {"com.apple.security.cs.disable-library-validation", PropertyValue(1)},
+                {"com.apple.security.cs.allow-dyld-environment-variables", PropertyValue("no")}}));
+  EXPECT_THAT(examine().openDoors,
+              ElementsAre("com.apple.security.get-task-allow", "com.apple.security.cs.disable-library-validation",
+                          "com.apple.security.cs.allow-dyld-environment-variables (not a number)"));
+}
+
+TEST_F(SignatureExaminationTest, EntitlementsThatAreNotSetOrOthersAreNone) {
+  sign(request({{"com.apple.security.get-task-allow", PropertyValue(false)},
+                {"com.apple.security.cs.disable-library-validation", PropertyValue(2)},
+                {"com.apple.security.cs.allow-dyld-environment-variables", PropertyValue(0.0)},
+                {"com.apple.security.app-sandbox", PropertyValue(true)}}));
+  EXPECT_THAT(examine().openDoors, IsEmpty());
+}
+
+TEST_F(SignatureExaminationTest, AnotherIdentifierDoesNotMeetTheRequirement) {
+  sign({"net.orvane.Other", CodeDirectory::runtimeFlag, PropertyDictionary{}});
+  const auto facts = examine();
+  EXPECT_EQ(facts.state, State::holds);
+  EXPECT_FALSE(facts.meetsRequirement);
+}
+
+TEST(CompanionRequirementTest, IsWhatTheHelperDemands) {
+  doubles::ScriptedCodeSigningServices services;
+  const doubles::RecordingConnection connection;
+  ASSERT_TRUE(CodesignCheck::isValid(services, connection));
+  EXPECT_THAT(services.calls(), testing::Contains("requirement " + std::string(CompanionRequirement::text())));
+}
+
+}  // namespace
+}  // namespace wicket::companion::doctor
