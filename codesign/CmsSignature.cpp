@@ -207,7 +207,7 @@ std::expected<CmsSignature::Verified, SigningFailure> CmsSignature::readUnverifi
   if (signer == nullptr) return Failure(SigningFailure::severalSigners);
   const X509Stack carried(CMS_get1_certs(message.get()));
   std::vector<Certificate> signersFirst = chainOf(carried.get()).certificates();
-  std::ranges::stable_partition(signersFirst, [&](const Certificate& certificate) {
+  std::ranges::partition(signersFirst, [&](const Certificate& certificate) {
     return CMS_SignerInfo_cert_cmp(signer, certificate.x509()) == 0;
   });
   putIssuersBehind(signersFirst);
