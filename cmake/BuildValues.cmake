@@ -20,9 +20,13 @@ endif()
 if(NOT WICKET_GROUP MATCHES "^[a-z_][a-z0-9_-]*$")
   message(FATAL_ERROR "WICKET_GROUP must be made of small letters, digits, '_' and '-': ${WICKET_GROUP}")
 endif()
-# It stands unquoted in a code requirement.
 if(NOT WICKET_TEAM_IDENTIFIER MATCHES "^[A-Z0-9]+$")
   message(FATAL_ERROR "WICKET_TEAM_IDENTIFIER must be made of capital letters and digits: ${WICKET_TEAM_IDENTIFIER}")
+endif()
+# As it stands in a code requirement, whose language takes a text that begins with a digit in quotes only.
+set(WICKET_TEAM_IDENTIFIER_TEXT ${WICKET_TEAM_IDENTIFIER})
+if(WICKET_TEAM_IDENTIFIER MATCHES "^[0-9]")
+  set(WICKET_TEAM_IDENTIFIER_TEXT "\"${WICKET_TEAM_IDENTIFIER}\"")
 endif()
 # It stands between quotation marks there and in the source.
 if(WICKET_CERTIFICATE_COMMON_NAME STREQUAL "" OR WICKET_CERTIFICATE_COMMON_NAME MATCHES "[\"\\\\\n\r\t]")
