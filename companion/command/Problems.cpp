@@ -48,7 +48,7 @@ Problem problemWith(CallError error) {
   switch (error) {
     case CallError::connectionCut:
       return {"The helper cut the connection before it answered",
-              "Use the installed wicket command, and look into the journal of net.orvane.Wicket.TlvPrivilegedHelper"};
+              "See why it would refuse this command with: wicket doctor"};
     case CallError::rejected:
       return {"The helper did not understand the request", "Install the same version of wicket and of its helper"};
     case CallError::invalidArgument:
