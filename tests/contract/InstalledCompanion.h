@@ -59,6 +59,9 @@ class InstalledCompanion {
   static void install(const std::string& path, const codesign::SigningRequest& request,
                       const support::TestChain& chain) {
     copy(path);
+    sign(path, request, chain);
+  }
+  static void sign(const std::string& path, const codesign::SigningRequest& request, const support::TestChain& chain) {
     const auto result = codesign::Signer::sign(path, request, identityOf(chain));
     if (!result) throw std::runtime_error(result.error());
     own(path);
@@ -78,10 +81,11 @@ class InstalledCompanion {
                                     support::leafRecipe(commonName));
   }
 
-  /// A process and its token.
+  /// A process, its token and the accepted connection to it.
   struct Client {
     std::unique_ptr<support::StandIn> process;
     AuditTokenData token;
+    posix::Descriptor connection;
   };
   /// @p program, started by an ordinary user, connects; then it does @p afterwards. @p before is what the
   /// user's process does before it executes the program.
@@ -111,11 +115,11 @@ class InstalledCompanion {
     steps.insert(steps.end(), {"say", "done"});
     auto process = std::make_unique<support::StandIn>(WICKET_STAND_IN, steps);
     if (!process->awaitSaid("connected")) throw std::runtime_error("the client does not connect");
-    const posix::Descriptor accepted(::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    posix::Descriptor accepted(::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     const auto peer = linux_adapter::PeerProcess::ofSocket(accepted.get());
     if (!peer) throw std::runtime_error("the client cannot be told");
     if (!process->awaitSaid("done")) throw std::runtime_error("the client does not come to an end");
-    return {std::move(process), peer->auditToken()};
+    return {std::move(process), peer->auditToken(), std::move(accepted)};
   }
   [[nodiscard]] posix::Descriptor listen() const {
     posix::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
