@@ -6,7 +6,6 @@
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstddef>
-#include <string>
 #include <vector>
 
 namespace wicket::benchmarks {
@@ -35,11 +34,11 @@ class Samples {
   [[nodiscard]] double median() const { return quantile(0.5); }
 
   /// Shows them in the table.
-  void report(benchmark::State& state, const std::string& name = {}) const {
-    const std::string prefix = name.empty() ? name : name + "_";
+  void report(benchmark::State& state) const {
     if (values_.empty()) return;
-    state.counters[prefix + "median_us"] = median();
-    state.counters[prefix + "p99_us"] = quantile(0.99);
+    state.counters["min_us"] = quantile(0);
+    state.counters["median_us"] = median();
+    state.counters["p99_us"] = quantile(0.99);
   }
 
  private:
