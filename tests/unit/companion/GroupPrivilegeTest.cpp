@@ -158,7 +158,8 @@ TEST_F(GroupPrivilegeTest, AProcessThatCouldTakeTheGroupBackEndsAtOnce) {
 /// A socket that notes the effective group of the first that connects, as the kernel tells it.
 class GroupNotingSocket {
  public:
-  explicit GroupNotingSocket(std::string path) : path_(std::move(path)), listener_(::socket(AF_UNIX, SOCK_STREAM, 0)) {
+  explicit GroupNotingSocket(std::string path)
+      : path_(std::move(path)), listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path_.copy(address.sun_path, sizeof address.sun_path - 1);
