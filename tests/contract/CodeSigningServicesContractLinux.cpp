@@ -16,7 +16,6 @@ namespace wicket::contract {
 namespace {
 
 using linux_adapter::AuditTokenWords;
-using support::StandIn;
 
 /// Notices every opening of a file and every reading from it.
 class Watch {
