@@ -25,7 +25,7 @@ using support::FileGroup;
 using support::PrivateNamespace;
 
 /// Nothing else in the stage has this number.
-constexpr gid_t groupNumber = 47110;
+constexpr gid_t newGroup = 47110;
 
 std::string reachable(const std::string& file) { return "/mnt" / fs::path(file).filename(); }
 std::string installed(const std::string& program) { return "/mnt/installed-" + fs::path(program).filename().string(); }
@@ -42,14 +42,21 @@ bool addGroup() {
   if (::getgrnam(WICKET_GROUP) != nullptr) return true;
   const std::string groups = "/mnt/group";
   if (!copy("/etc/group", groups)) return false;
-  std::ofstream(groups, std::ios::app) << WICKET_GROUP << ":x:" << groupNumber << ":\n";
+  std::ofstream(groups, std::ios::app) << WICKET_GROUP << ":x:" << newGroup << ":\n";
   return ::mount(groups.c_str(), "/etc/group", nullptr, MS_BIND, nullptr) == 0;
 }
 
+/// Of the companion's identity, besides what signs.
+std::string authorityFile(const std::string& suffix) { return WICKET_IDENTITY_FOLDER "/intermediate" + suffix; }
+
 bool build() {
-  const std::vector<std::string> files{WICKET_HELPER,       WICKET_COMMAND,     WICKET_POLICY,
-                                       WICKET_CODESIGN,     WICKET_SIGNING_KEY, WICKET_SIGNING_CERTIFICATES,
-                                       WICKET_ENTITLEMENTS};
+  std::vector<std::string> files{WICKET_HELPER,       WICKET_COMMAND,     WICKET_POLICY,
+                                 WICKET_CODESIGN,     WICKET_SIGNING_KEY, WICKET_SIGNING_CERTIFICATES,
+                                 WICKET_ENTITLEMENTS, WICKET_STAND_IN,    WICKET_INTRUDER,
+                                 WICKET_MAKE_IDENTITY};
+  for (const char* suffix : {".pem", ".key"}) {
+    if (fs::exists(authorityFile(suffix))) files.push_back(authorityFile(suffix));
+  }
   return !PrivateNamespace::keepReachable(files).empty() && addGroup() &&
          copy(reachable(WICKET_COMMAND), installed(WICKET_COMMAND)) &&
          CompanionStage::giveGroup(installed(WICKET_COMMAND)) && copy("/proc/self/exe", installed("tests")) &&
@@ -73,19 +80,50 @@ std::string CompanionStage::helper() { return reachable(WICKET_HELPER); }
 std::string CompanionStage::command() { return installed(WICKET_COMMAND); }
 std::string CompanionStage::policy() { return reachable(WICKET_POLICY); }
 
-bool CompanionStage::installAsCompanion(const std::string& program, const std::string& target) {
+std::string CompanionStage::standIn() { return reachable(WICKET_STAND_IN); }
+std::string CompanionStage::intruder() { return reachable(WICKET_INTRUDER); }
+std::string CompanionStage::identityMaker() { return reachable(WICKET_MAKE_IDENTITY); }
+
+std::optional<std::string> CompanionStage::authority(const std::string& suffix) {
+  const std::string file = reachable(authorityFile(suffix));
+  return fs::exists(file) ? std::optional(file) : std::nullopt;
+}
+
+bool CompanionStage::installAsCompanion(const std::string& program, const std::string& target, const Signing& signing) {
   if (!copy(program, target)) return false;
-  const auto sign = support::Program::run({reachable(WICKET_CODESIGN), "sign", "--key", reachable(WICKET_SIGNING_KEY),
-                                           "--certificate", reachable(WICKET_SIGNING_CERTIFICATES), "--identifier",
-                                           "net.orvane.Wicket", "--entitlements", reachable(WICKET_ENTITLEMENTS),
-                                           "--options", "runtime", target});
+  const auto orOurs = [](const std::string& given, const char* ours) {
+    return given.empty() ? reachable(ours) : given;
+  };
+  std::vector<std::string> words{reachable(WICKET_CODESIGN),
+                                 "sign",
+                                 "--key",
+                                 orOurs(signing.key, WICKET_SIGNING_KEY),
+                                 "--certificate",
+                                 orOurs(signing.certificates, WICKET_SIGNING_CERTIFICATES),
+                                 "--identifier",
+                                 signing.identifier};
+  if (signing.entitlements) {
+    words.insert(words.end(), {"--entitlements", orOurs(*signing.entitlements, WICKET_ENTITLEMENTS)});
+  }
+  if (signing.isHardened) words.insert(words.end(), {"--options", "runtime"});
+  words.push_back(target);
+  const auto sign = support::Program::run(words);
   if (sign.status != 0) std::fprintf(stderr, "%s\n", sign.errors.c_str());
   return sign.status == 0 && giveGroup(target);
+}
+
+bool CompanionStage::installUnsigned(const std::string& program, const std::string& target) {
+  return copy(program, target) && giveGroup(target);
 }
 
 bool CompanionStage::giveGroup(const std::string& file, unsigned mode) {
   const group* const found = ::getgrnam(WICKET_GROUP);
   return found != nullptr && ::chown(file.c_str(), 0, found->gr_gid) == 0 && ::chmod(file.c_str(), mode) == 0;
+}
+
+std::string CompanionStage::groupNumber() {
+  const group* const found = ::getgrnam(WICKET_GROUP);
+  return found == nullptr ? "" : std::to_string(found->gr_gid);
 }
 
 }  // namespace wicket::integration
