@@ -28,8 +28,8 @@ class ScriptedChildProcessLauncher : public ChildProcessLauncher {
     const std::scoped_lock lock(mutex_);
     failure_.reset();
   }
-  /// Runs on the launching thread for each started child. A caller that waits for the exit needs a
-  /// script that ends the child, here or on a thread of the test.
+  /// Runs on the launching thread for each started child, before launch() returns. Whoever waits for
+  /// the exit only begins to after that: end the child on a thread of the test, not here.
   void onLaunch(std::function<void(ScriptedChild&)> script) {
     const std::scoped_lock lock(mutex_);
     script_ = std::move(script);

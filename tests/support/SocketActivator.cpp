@@ -52,11 +52,11 @@ struct Environment {
   Environment()
       : texts{std::string("PATH=") + SocketActivator::firstProgramFolder + ":/usr/bin:/bin:/usr/sbin:/sbin",
               "LISTEN_FDS=1"} {
-    // The freed memory that AddressSanitizer keeps would otherwise drown what the program uses itself.
-    ::setenv("ASAN_OPTIONS", "quarantine_size_mb=16", 0);
     for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"}) {
       if (const char* value = std::getenv(name)) texts.push_back(std::string(name) + "=" + value);
     }
+    // The freed memory that AddressSanitizer keeps would otherwise drown what the program uses itself.
+    if (std::getenv("ASAN_OPTIONS") == nullptr) texts.emplace_back("ASAN_OPTIONS=quarantine_size_mb=16");
     for (std::string& text : texts) pointers.push_back(text.data());
     pointers.push_back(listenPid.data());
     pointers.push_back(nullptr);
