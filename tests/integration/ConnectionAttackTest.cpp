@@ -31,8 +31,7 @@ TEST_F(ConnectionAttackTest, AProcessThatConnectsAndThenExecutesTheCompanionIsRe
   expectRefused(start(joined({toHelper(), thenExecutes, ask()})));
   expectRefused(start(joined({toHelper(), asUser(), thenExecutes, ask()})));
   expectRefused(start(joined({asGroupMember(), toHelper(), thenExecutes, ask()})));
-  expectRefused(start(joined(
-      {{"become", "0", CompanionStage::groupNumber()}, toHelper(), {"request", callFile}, thenExecutes, {"hear"}})));
+  expectRefused(start(joined({asGroupMember(), toHelper(), {"request", callFile}, thenExecutes, {"hear"}})));
 }
 
 TEST_F(ConnectionAttackTest, ACompanionThatThenExecutesSomethingElseIsRefused) {

@@ -85,6 +85,9 @@ TEST_F(ProcessAttackTest, TheCompanionUnderNoNewPrivilegesIsRefused) {
 TEST_F(ProcessAttackTest, TheCompanionInsideAUserNamespaceIsRefused) {
   expectUnreachable(startCompanion(companion, {"user-namespace"}));
   expectRefused(startMember({"user-namespace"}));
+  // Whoever made the namespace rules in it, whatever his number.
+  expectRefused(start(joined(
+      {{"become", "0", CompanionStage::groupNumber(), "user-namespace", "execute", companion}, connectAndAsk()})));
 }
 
 TEST_F(ProcessAttackTest, TheCompanionOfAMemberOfItsGroupIsRefusedForHeMayTraceIt) { expectRefused(startMember({})); }
