@@ -6,7 +6,6 @@
 #include "codesign/PrivateKey.h"
 
 #include <algorithm>
-#include <cstring>
 #include <openssl/engine.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
@@ -36,7 +35,7 @@ int answer(char* buffer, int size, int, void* data) {
   try {
     const auto secret = question.ask ? question.ask(question.what) : std::nullopt;
     if (!secret || secret->size() > static_cast<std::size_t>(std::max(size, 0))) return -1;
-    std::memcpy(buffer, secret->data(), secret->size());
+    std::ranges::copy(*secret, buffer);
     return static_cast<int>(secret->size());
   } catch (...) {
     return -1;
