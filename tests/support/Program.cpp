@@ -40,6 +40,8 @@ pid_t spawn(const std::vector<std::string>& words, const Pipe& output, const Pip
   posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_adddup2(&actions, output.ends[1], 1);
   posix_spawn_file_actions_adddup2(&actions, errors.ends[1], 2);
+  // What whoever runs the tests has left open is none of the program's business.
+  posix_spawn_file_actions_addclosefrom_np(&actions, 3);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
   sigset_t signals;
