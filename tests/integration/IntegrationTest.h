@@ -14,11 +14,13 @@
 #include "tests/support/BusClient.h"
 #include "tests/support/PrivateFolders.h"
 #include "tests/support/ProcessInspection.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/SocketActivator.h"
 
 namespace wicket::integration {
 
 using support::BusClient;
+using support::isSanitized;
 using support::ProcessInspection;
 using Clock = std::chrono::steady_clock;
 
@@ -81,17 +83,5 @@ std::string notAuthorized(const std::string& message);
 }  // namespace line
 
 inline const std::string scriptFolder = "/var/orvane/";
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-inline constexpr bool isSanitized = true;
-#else
-inline constexpr bool isSanitized = false;
-#endif
-#else
-inline constexpr bool isSanitized = false;
-#endif
 
 }  // namespace wicket::integration

@@ -124,11 +124,11 @@ TEST_F(LifetimeTest, AClientThatConnectsWhileTheIdleHelperEndsIsServedByItOrByTh
   };
   std::list<Caller> callers;
   const auto stop = Clock::now() + 5s;
-  while (Clock::now() < stop && callers.size() < 300) {
+  while (Clock::now() < stop && callers.size() < 250) {
     auto caller = connect();
     const auto serial = caller->startVersion();
     callers.push_back({std::move(caller), serial});
-    callers.back().client->pumpFor(5ms);
+    callers.back().client->pumpFor(isSanitized ? 40ms : 10ms);
     if (activator().lives().size() > 1 && callers.back().client->hasReply(serial)) break;
   }
   EXPECT_TRUE(eventually([&] { return activator().lives().size() == 2; }))
