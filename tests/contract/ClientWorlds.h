@@ -39,6 +39,8 @@ class TestDelegate : public ListenerDelegate {
     connections_.clear();
     const auto isGone = [](const std::weak_ptr<Connection>& connection) { return connection.expired(); };
     while (!std::ranges::all_of(all, isGone)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    // The threads are done, but only their lock tells this one so.
+    (void)object_.events();
   }
 
   bool shouldAcceptNewConnection(const std::shared_ptr<Connection>& connection) override {

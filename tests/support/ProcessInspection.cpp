@@ -17,8 +17,10 @@ namespace {
 std::string procFile(pid_t pid, const char* name) { return "/proc/" + std::to_string(pid) + "/" + name; }
 
 std::string contentOf(const std::string& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
+  // Unlike an iterator this does not throw when the process ends while its file is read.
+  std::ostringstream content;
+  content << std::ifstream(path).rdbuf();
+  return content.str();
 }
 
 /// The number behind "Key:" in a status file; 0 without it.
