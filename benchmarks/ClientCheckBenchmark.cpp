@@ -110,7 +110,7 @@ class LargeProgram {
   }
 
  private:
-  const posix::Descriptor file_;
+  const Descriptor file_;
   std::string bytes_;
 };
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "codesign/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::codesign {
 

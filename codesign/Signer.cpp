@@ -8,11 +8,11 @@
 
 #include "codesign/CmsSignature.h"
 #include "codesign/CodeDirectory.h"
-#include "codesign/Descriptor.h"
 #include "codesign/FileReplacement.h"
 #include "codesign/SignatureBlock.h"
 #include "codesign/SignatureTrailer.h"
 #include "codesign/SignatureVerifier.h"
+#include "system/Descriptor.h"
 
 namespace wicket::codesign {
 

@@ -11,7 +11,7 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include "companion/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::companion {
 
@@ -35,7 +35,7 @@ std::expected<std::uint64_t, int> startTimeIn(std::string_view line) {
 
 std::expected<std::uint64_t, int> ownStartTime() {
   const Descriptor file(::open("/proc/self/stat", O_RDONLY | O_CLOEXEC));
-  if (!file.isValid()) return std::unexpected(errno);
+  if (!file.isOpen()) return std::unexpected(errno);
   std::array<char, 4096> buffer{};
   const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
   if (count < 0) return std::unexpected(errno);
@@ -49,7 +49,7 @@ std::uint64_t ownPidfdInode() {
   const Descriptor pidfd(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0U)));
   struct statfs filesystem{};
   struct stat status{};
-  if (!pidfd.isValid() || ::fstatfs(pidfd.get(), &filesystem) != 0 || filesystem.f_type != pidFilesystem) return 0;
+  if (!pidfd.isOpen() || ::fstatfs(pidfd.get(), &filesystem) != 0 || filesystem.f_type != pidFilesystem) return 0;
   return ::fstat(pidfd.get(), &status) == 0 ? status.st_ino : 0;
 }
 

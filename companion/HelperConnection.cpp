@@ -8,10 +8,10 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include "companion/Descriptor.h"
 #include "companion/GroupPrivilege.h"
 #include "companion/HelperConnectionBus.h"
 #include "protocol/HelperProtocol.h"
+#include "system/Descriptor.h"
 
 namespace wicket::companion {
 
@@ -48,7 +48,7 @@ std::expected<Descriptor, ConnectionError> connectedSocket(const std::string& pa
   if (path.size() >= sizeof address.sun_path) return std::unexpected(connectionError(ENAMETOOLONG));
   std::memcpy(address.sun_path, path.c_str(), path.size());
   Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (!socket.isValid()) return std::unexpected(connectionError(errno));
+  if (!socket.isOpen()) return std::unexpected(connectionError(errno));
   const int error = connectTo(address, socket, privilege);
   if (error != 0) return std::unexpected(connectionError(error));
   return socket;

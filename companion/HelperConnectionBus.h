@@ -10,9 +10,9 @@
 #include <string>
 #include <systemd/sd-bus.h>
 
-#include "companion/Descriptor.h"
 #include "companion/HelperConnection.h"
 #include "protocol/Selector.h"
+#include "system/Descriptor.h"
 
 namespace wicket::companion {
 

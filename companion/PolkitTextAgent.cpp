@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "companion/AuthorizationRequest.h"
-#include "companion/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::companion {
 

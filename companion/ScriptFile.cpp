@@ -10,8 +10,8 @@
 #include <optional>
 #include <sys/stat.h>
 
-#include "companion/Descriptor.h"
 #include "companion/DisplayText.h"
+#include "system/Descriptor.h"
 #include "text/CharacterSet.h"
 #include "text/Utf8.h"
 
@@ -93,7 +93,7 @@ Problem cannotRead(const std::string& path, int error) {
 std::expected<Descriptor, Problem> openRegular(const std::string& path) {
   // Non-blocking, or a named pipe would hold the command up before it can be refused.
   Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!file.isValid()) return std::unexpected(cannotRead(path, errno));
+  if (!file.isOpen()) return std::unexpected(cannotRead(path, errno));
   struct stat status{};
   if (::fstat(file.get(), &status) != 0) return std::unexpected(cannotRead(path, errno));
   if (S_ISDIR(status.st_mode)) {

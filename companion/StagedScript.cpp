@@ -12,8 +12,8 @@
 #include <sys/stat.h>
 
 #include "companion/CleanUp.h"
-#include "companion/Descriptor.h"
 #include "companion/DisplayText.h"
+#include "system/Descriptor.h"
 
 namespace wicket::companion {
 
@@ -40,9 +40,9 @@ bool writeAll(int descriptor, const char* bytes, std::size_t count) {
 /// 0, or the error number.
 int copyBytes(const std::string& from, const std::string& to) {
   const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!source.isValid()) return errno;
+  if (!source.isOpen()) return errno;
   const Descriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!target.isValid()) return errno;
+  if (!target.isOpen()) return errno;
   std::array<char, 65536> buffer{};
   while (true) {
     const ssize_t count = ::read(source.get(), buffer.data(), buffer.size());

@@ -41,8 +41,8 @@ void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& co
 
 }  // namespace
 
-BusAcceptor::BusAcceptor(posix::Descriptor listening, std::shared_ptr<BusDoorbell> doorbell,
-                         SerialExecutor& delegateQueue, ListenerDelegate& delegate)
+BusAcceptor::BusAcceptor(Descriptor listening, std::shared_ptr<BusDoorbell> doorbell, SerialExecutor& delegateQueue,
+                         ListenerDelegate& delegate)
     : listening_(std::move(listening)),
       doorbell_(std::move(doorbell)),
       delegateQueue_(delegateQueue),
@@ -123,7 +123,7 @@ void BusAcceptor::acceptClients() {
   for (int i = 0; i < clientsPerTurn && undecided_.size() < undecidedLimit; ++i) {
     if (!prepareFeed()) return rest();
     if (!newcomer_.isOpen()) {
-      newcomer_ = posix::Descriptor(accept4(listening_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+      newcomer_ = Descriptor(accept4(listening_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     }
     if (newcomer_.isOpen()) {
       if (!take()) return rest();

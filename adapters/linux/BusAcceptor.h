@@ -15,8 +15,8 @@
 #include "adapters/linux/BusFeed.h"
 #include "adapters/linux/SdHandle.h"
 #include "adapters/linux/SerialExecutor.h"
-#include "adapters/posix/Descriptor.h"
 #include "platform/Listener.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
@@ -24,7 +24,7 @@ namespace wicket::linux_adapter {
 /// asked on a serial queue of its own, in the order in which the clients' handshakes ended.
 class BusAcceptor final : public BusChannel::Owner {
  public:
-  BusAcceptor(posix::Descriptor listening, std::shared_ptr<BusDoorbell> doorbell, SerialExecutor& delegateQueue,
+  BusAcceptor(Descriptor listening, std::shared_ptr<BusDoorbell> doorbell, SerialExecutor& delegateQueue,
               ListenerDelegate& delegate);
 
   void start(sd_event* event);
@@ -54,7 +54,7 @@ class BusAcceptor final : public BusChannel::Owner {
   void noLongerAwaited(const BusChannel& channel);
   void endGrace();
 
-  const posix::Descriptor listening_;
+  const Descriptor listening_;
   const std::shared_ptr<BusDoorbell> doorbell_;
   SerialExecutor& delegateQueue_;
   ListenerDelegate& delegate_;
@@ -63,7 +63,7 @@ class BusAcceptor final : public BusChannel::Owner {
   SdHandle<sd_event_source> restTimer_;
   bool isResting_ = false;
   std::optional<BusFeed> nextFeed_;
-  posix::Descriptor newcomer_;  ///< accepted, and waiting for its channel
+  Descriptor newcomer_;  ///< accepted, and waiting for its channel
   std::unordered_map<const BusChannel*, std::shared_ptr<BusChannel>> channels_;
   std::unordered_set<const BusChannel*> undecided_;
 

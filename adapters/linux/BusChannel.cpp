@@ -34,21 +34,21 @@ constexpr int sendBufferSize = 128 << 10;
 BusChannel::BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner)
     : connection_(std::move(connection)), owner_(owner), framer_(wire::messageSizeLimit) {}
 
-int BusChannel::open(sd_event* event, posix::Descriptor client, BusFeed feed) {
+int BusChannel::open(sd_event* event, Descriptor client, BusFeed feed) {
   feed_ = std::move(feed.entry);
   int result = startBus(std::move(client), std::move(feed.busEnd));
   if (result >= 0) result = addSources(event);
   return result;
 }
 
-int BusChannel::startBus(posix::Descriptor client, posix::Descriptor busEnd) {
+int BusChannel::startBus(Descriptor client, Descriptor busEnd) {
   sd_bus* created = nullptr;
   int result = sd_bus_new(&created);
   if (result < 0) return result;
   bus_.reset(created);
   client_ = std::move(client);
   if (!AttributedReceive::enable(client_.get())) return -errno;
-  posix::Descriptor outgoing(fcntl(client_.get(), F_DUPFD_CLOEXEC, 0));
+  Descriptor outgoing(fcntl(client_.get(), F_DUPFD_CLOEXEC, 0));
   if (!outgoing.isOpen()) return -errno;
   result = sd_bus_set_fd(bus_.get(), busEnd.get(), outgoing.get());
   if (result < 0) return result;

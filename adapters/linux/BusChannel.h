@@ -19,7 +19,7 @@
 #include "adapters/linux/BusVtable.h"
 #include "adapters/linux/MessageFramer.h"
 #include "adapters/linux/SdHandle.h"
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
@@ -50,7 +50,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner);
 
   /// Starts to speak with the client; a negative errno on failure.
-  [[nodiscard]] int open(sd_event* event, posix::Descriptor client, BusFeed feed);
+  [[nodiscard]] int open(sd_event* event, Descriptor client, BusFeed feed);
   /// Goes on wherever something may have changed, and closes when the connection has ended.
   void service() override;
   [[nodiscard]] const std::shared_ptr<BusConnection>& connection() const { return connection_; }
@@ -67,7 +67,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   static int onMessage(sd_bus_message* message, void* channel, sd_bus_error* error);
   static int onCall(sd_bus_message* message, void* channel, sd_bus_error* error);
 
-  int startBus(posix::Descriptor client, posix::Descriptor busEnd);
+  int startBus(Descriptor client, Descriptor busEnd);
   int addSources(sd_event* event);
   void advance();
   void startRunning();
@@ -95,8 +95,8 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   /// The bus has a duplicate of its own, which it closes when it likes. This one leaves the event loop
   /// before it is closed: a socket that a starting child still holds would stay in the loop otherwise,
   /// with nothing left behind it.
-  posix::Descriptor client_;
-  posix::Descriptor feed_;  ///< whose other end the bus reads
+  Descriptor client_;
+  Descriptor feed_;  ///< whose other end the bus reads
   SdHandle<sd_bus> bus_;
   SdHandle<sd_event_source> socketSource_;
   SdHandle<sd_event_source> handshakeTimer_;

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <vector>
 
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
@@ -44,7 +44,7 @@ class BusDoorbell {
   /// @}
 
  private:
-  const posix::Descriptor event_;
+  const Descriptor event_;
   std::mutex mutex_;
   std::vector<std::weak_ptr<BusWorker>> rung_;
   std::vector<std::weak_ptr<BusWorker>> answering_;

@@ -6,20 +6,20 @@
 #include <optional>
 #include <sys/socket.h>
 
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
 /// A pair of connected sockets: what is put into the entry comes out at the end that a bus reads.
 struct BusFeed {
-  posix::Descriptor entry;
-  posix::Descriptor busEnd;
+  Descriptor entry;
+  Descriptor busEnd;
 
   /// None, with errno set, when the system has no descriptors left.
   [[nodiscard]] static std::optional<BusFeed> make() {
     std::array<int, 2> pair{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair.data()) != 0) return std::nullopt;
-    return BusFeed{posix::Descriptor(pair[0]), posix::Descriptor(pair[1])};
+    return BusFeed{Descriptor(pair[0]), Descriptor(pair[1])};
   }
 };
 

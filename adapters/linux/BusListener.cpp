@@ -20,7 +20,7 @@ class BusListener::Finish : public BusWorker {
   std::promise<void> isDone_;
 };
 
-BusListener::BusListener(posix::Descriptor listening)
+BusListener::BusListener(Descriptor listening)
     : listening_(std::move(listening)), doorbell_(std::make_shared<BusDoorbell>()) {}
 
 BusListener::~BusListener() {

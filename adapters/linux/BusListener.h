@@ -8,8 +8,8 @@
 #include "adapters/linux/BusAcceptor.h"
 #include "adapters/linux/BusThread.h"
 #include "adapters/linux/SerialExecutor.h"
-#include "adapters/posix/Descriptor.h"
 #include "platform/Listener.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
@@ -17,7 +17,7 @@ namespace wicket::linux_adapter {
 /// connections share its I/O thread: they end with the listener.
 class BusListener final : public Listener {
  public:
-  explicit BusListener(posix::Descriptor listening);
+  explicit BusListener(Descriptor listening);
   ~BusListener() override;
 
   void setDelegate(ListenerDelegate& delegate) override;
@@ -28,7 +28,7 @@ class BusListener final : public Listener {
  private:
   class Finish;
 
-  posix::Descriptor listening_;
+  Descriptor listening_;
   const std::shared_ptr<BusDoorbell> doorbell_;
   SerialExecutor delegateQueue_;
   ListenerDelegate* delegate_ = nullptr;

@@ -37,14 +37,14 @@ bool hasAccessControlList(const std::string& path) {
 
 std::optional<ExecutableFile> ExecutableFile::ofProcess(const ProcessFiles& process, gid_t group) {
   // Holds the file without opening it, so that no device and no pipe notices, and nothing waits.
-  const posix::Descriptor held(::open(process.path("exe").c_str(), O_PATH | O_CLOEXEC));
+  const Descriptor held(::open(process.path("exe").c_str(), O_PATH | O_CLOEXEC));
   struct stat status{};
   if (!held.isOpen() || ::fstat(held.get(), &status) != 0) return std::nullopt;
   const std::string path = linkTo(held.get());
   if (!isTrustworthy(status, group) || !bitsCountOnFileSystemOf(held.get()) || hasAccessControlList(path)) {
     return std::nullopt;
   }
-  posix::Descriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  Descriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!opened.isOpen()) return std::nullopt;
   ExecutableFile file(std::move(opened), status);
   return file.isUnchanged() ? std::optional(std::move(file)) : std::nullopt;

@@ -9,7 +9,7 @@
 
 #include "adapters/linux/FileIdentity.h"
 #include "adapters/linux/ProcessFiles.h"
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
@@ -28,10 +28,10 @@ class ExecutableFile {
   [[nodiscard]] bool isUnchanged() const;
 
  private:
-  ExecutableFile(posix::Descriptor descriptor, const struct stat& status)
+  ExecutableFile(Descriptor descriptor, const struct stat& status)
       : descriptor_(std::move(descriptor)), status_(status) {}
 
-  posix::Descriptor descriptor_;
+  Descriptor descriptor_;
   struct stat status_;
 };
 

@@ -54,12 +54,12 @@ LinuxPlatform* makePlatform() {
 
 }  // namespace
 
-LinuxPlatform::LinuxPlatform(posix::Descriptor listening, std::optional<gid_t> group, codesign::Certificate anchor)
+LinuxPlatform::LinuxPlatform(Descriptor listening, std::optional<gid_t> group, codesign::Certificate anchor)
     : listening_(std::move(listening)), codeSigningServices_(group, std::move(anchor)) {}
 
 std::unique_ptr<Listener> LinuxPlatform::makeListener(std::string_view /*machServiceName*/) {
   // The name is in the socket's path: the service manager has chosen the socket by it.
-  posix::Descriptor copy(fcntl(listening_.get(), F_DUPFD_CLOEXEC, 0));
+  Descriptor copy(fcntl(listening_.get(), F_DUPFD_CLOEXEC, 0));
   if (!copy.isOpen()) throw std::system_error(errno, std::generic_category(), "the listening socket");
   return std::make_unique<BusListener>(std::move(copy));
 }

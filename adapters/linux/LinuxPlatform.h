@@ -13,10 +13,10 @@
 #include "adapters/linux/MainRunLoop.h"
 #include "adapters/linux/PolkitAuthorizationServices.h"
 #include "adapters/linux/SystemdServiceJob.h"
-#include "adapters/posix/Descriptor.h"
 #include "adapters/posix/PosixChildProcessLauncher.h"
 #include "adapters/posix/PosixFileManager.h"
 #include "platform/Platform.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
@@ -25,7 +25,7 @@ class LinuxPlatform final : public Platform {
  public:
   /// @p listening is the socket on which the service manager listens for the one service. @p group and
   /// @p anchor tell who may be a client.
-  LinuxPlatform(posix::Descriptor listening, std::optional<gid_t> group, codesign::Certificate anchor);
+  LinuxPlatform(Descriptor listening, std::optional<gid_t> group, codesign::Certificate anchor);
 
   MainQueue& mainQueue() override { return mainQueue_; }
   UnifiedLog& unifiedLog() override { return unifiedLog_; }
@@ -38,7 +38,7 @@ class LinuxPlatform final : public Platform {
   std::unique_ptr<Listener> makeListener(std::string_view machServiceName) override;
 
  private:
-  const posix::Descriptor listening_;
+  const Descriptor listening_;
   MainRunLoop mainQueue_;
   JournalLog unifiedLog_;
   PosixFileManager fileManager_;

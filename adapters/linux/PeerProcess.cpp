@@ -21,10 +21,10 @@ Pidfd pidfdOfPeer(int socket, pid_t pid) {
   int descriptor = -1;
   socklen_t length = sizeof descriptor;
   if (::getsockopt(socket, SOL_SOCKET, peerPidfdOption, &descriptor, &length) == 0) {
-    return Pidfd(posix::Descriptor(descriptor));
+    return Pidfd(Descriptor(descriptor));
   }
   // A kernel before 6.5 does not know the option: there the process has the number as long as it lives.
-  return errno == ENOPROTOOPT ? Pidfd::open(pid) : Pidfd(posix::Descriptor());
+  return errno == ENOPROTOOPT ? Pidfd::open(pid) : Pidfd(Descriptor());
 }
 
 /// The credentials alone, as they are left when the process has gone.

@@ -10,7 +10,7 @@
 namespace wicket::linux_adapter {
 
 /// The C library of Debian 12 declares its wrapper without C linkage.
-Pidfd Pidfd::open(pid_t pid) { return Pidfd(posix::Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)))); }
+Pidfd Pidfd::open(pid_t pid) { return Pidfd(Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)))); }
 
 bool Pidfd::isAlive() const {
   pollfd end{descriptor_.get(), POLLIN, 0};

@@ -6,14 +6,14 @@
 #include <sys/types.h>
 #include <utility>
 
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
 /// One process, pinned: pidfd_open(2). It never comes to mean another process.
 class Pidfd {
  public:
-  explicit Pidfd(posix::Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
+  explicit Pidfd(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
   /// The process that has this number now. Not open, with errno set, when there is none.
   [[nodiscard]] static Pidfd open(pid_t pid);
 
@@ -26,7 +26,7 @@ class Pidfd {
   [[nodiscard]] std::uint64_t inode() const;
 
  private:
-  posix::Descriptor descriptor_;
+  Descriptor descriptor_;
 };
 
 }  // namespace wicket::linux_adapter

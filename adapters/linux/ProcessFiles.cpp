@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 namespace {
@@ -38,7 +38,7 @@ ProcessFiles::ProcessFiles(pid_t pid) : folder_("/proc/" + std::to_string(pid) +
 std::string ProcessFiles::path(std::string_view name) const { return folder_ + std::string(name); }
 
 std::optional<std::string> ProcessFiles::read(std::string_view name) const {
-  const posix::Descriptor file(::open(path(name).c_str(), O_RDONLY | O_CLOEXEC));
+  const Descriptor file(::open(path(name).c_str(), O_RDONLY | O_CLOEXEC));
   if (!file.isOpen()) return std::nullopt;
   std::string content;
   std::array<char, 4096> buffer;

@@ -4,7 +4,7 @@
 
 #include <expected>
 
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 
@@ -13,6 +13,6 @@ enum class SocketActivationError { notHandedOver, notAListeningUnixStreamSocket 
 
 /// The one listening socket that the service manager handed over, non-blocking and not inherited by
 /// children. Clears the environment's record of it: call it before other threads run.
-[[nodiscard]] std::expected<posix::Descriptor, SocketActivationError> takeActivationSocket();
+[[nodiscard]] std::expected<Descriptor, SocketActivationError> takeActivationSocket();
 
 }  // namespace wicket::linux_adapter

@@ -5,10 +5,10 @@
 #include <functional>
 
 #include "adapters/posix/ChildPipes.h"
-#include "adapters/posix/Descriptor.h"
 #include "adapters/posix/OutputStream.h"
 #include "adapters/posix/RunningChild.h"
 #include "platform/ChildProcess.h"
+#include "system/Descriptor.h"
 
 namespace wicket::posix {
 

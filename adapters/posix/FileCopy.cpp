@@ -14,9 +14,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "adapters/posix/Descriptor.h"
 #include "adapters/posix/RegularFile.h"
 #include "adapters/posix/SystemCalls.h"
+#include "system/Descriptor.h"
 
 namespace wicket::posix {
 namespace {

@@ -7,8 +7,8 @@
 #include <memory>
 #include <span>
 
-#include "adapters/posix/Descriptor.h"
 #include "adapters/posix/Utf8Chunker.h"
+#include "system/Descriptor.h"
 
 namespace wicket::posix {
 

@@ -4,7 +4,7 @@
 
 #include <expected>
 
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::posix {
 

@@ -21,7 +21,6 @@ namespace {
 
 using posix::ChildDelivery;
 using posix::ChildPipes;
-using posix::Descriptor;
 using posix::RunningChild;
 
 /// Blocks every signal for the current thread, and for the threads it makes, which keep it so: the

@@ -6,8 +6,8 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "adapters/posix/Descriptor.h"
 #include "platform/FileManager.h"
+#include "system/Descriptor.h"
 
 namespace wicket::posix {
 

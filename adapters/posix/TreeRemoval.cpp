@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "adapters/posix/Descriptor.h"
 #include "adapters/posix/RegularFile.h"
+#include "system/Descriptor.h"
 
 namespace wicket::posix {
 namespace {

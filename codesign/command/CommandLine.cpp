@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "codesign/command/ExitStatus.h"
-#include "codesign/command/QuotedText.h"
+#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 
@@ -125,7 +125,7 @@ int runCommandLine(std::vector<std::string> words, Context& context) {
     return exit_status::success;
   } catch (const CLI::ParseError& error) {
     const bool unknown = !first.empty() && !first.starts_with('-') && !grammar.knows(first);
-    const std::string cause = unknown ? "There is no subcommand " + quotedText(first) : sentence(error.what());
+    const std::string cause = unknown ? "There is no subcommand " + jsonString(first) : sentence(error.what());
     context.output.printProblem({cause, "See: wicket-codesign --help"});
     return exit_status::usage;
   }

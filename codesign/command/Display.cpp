@@ -8,7 +8,7 @@
 #include "codesign/command/ExitStatus.h"
 #include "codesign/command/Files.h"
 #include "codesign/command/PropertyJson.h"
-#include "codesign/command/QuotedText.h"
+#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 
@@ -24,21 +24,21 @@ std::string entitlementLines(const std::optional<PropertyDictionary>& entitlemen
   if (!entitlements) return "Entitlements: none\n";
   if (entitlements->empty()) return "Entitlements: an empty dictionary\n";
   std::string lines = "Entitlements:\n";
-  for (const auto& [name, value] : *entitlements) lines += "  " + quotedText(name) + ": " + jsonOf(value) + "\n";
+  for (const auto& [name, value] : *entitlements) lines += "  " + jsonString(name) + ": " + jsonOf(value) + "\n";
   return lines;
 }
 
 std::string forPeople(const FileSignature& signature, bool isVerified) {
   const CodeDirectory& directory = signature.directory;
   const bool isRuntime = (directory.flags & CodeDirectory::runtimeFlag) != 0;
-  std::string text = "Identifier: " + quotedText(directory.identifier) + "\n";
+  std::string text = "Identifier: " + jsonString(directory.identifier) + "\n";
   text += "Flags: " + hexadecimalFlags(directory.flags) + (isRuntime ? " (runtime)\n" : "\n");
   text += "Digest: sha256 " + inHexadecimal(directory.digest) + "\n";
   text += "Covers: " + std::to_string(directory.coveredLength) + " bytes\n";
   text += entitlementLines(directory.entitlements);
   text += "Certificates:\n";
   for (const Certificate& certificate : signature.chain.certificates()) {
-    text += "  " + quotedText(certificate.subjectText()) + "\n";
+    text += "  " + jsonString(certificate.subjectText()) + "\n";
   }
   return text + (isVerified ? "Verified: the signature is valid.\n"
                             : "Nothing of this was verified; to verify it, use --anchor.\n");
@@ -48,9 +48,9 @@ std::string asJson(const FileSignature& signature, bool isVerified) {
   const CodeDirectory& directory = signature.directory;
   std::string subjects;
   for (const Certificate& certificate : signature.chain.certificates()) {
-    subjects += (subjects.empty() ? "" : ", ") + quotedText(certificate.subjectText());
+    subjects += (subjects.empty() ? "" : ", ") + jsonString(certificate.subjectText());
   }
-  return "{\"identifier\": " + quotedText(directory.identifier) + ", \"flags\": " + std::to_string(directory.flags) +
+  return "{\"identifier\": " + jsonString(directory.identifier) + ", \"flags\": " + std::to_string(directory.flags) +
          ", \"entitlements\": " +
          (directory.entitlements ? jsonOf(PropertyValue(*directory.entitlements)) : std::string("null")) +
          ", \"digestAlgorithm\": \"sha256\", \"digest\": \"" + inHexadecimal(directory.digest) +

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <utility>
 
-#include "codesign/command/QuotedText.h"
+#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 
@@ -40,11 +40,11 @@ std::expected<std::string, Problem> textOfFile(const std::string& path) {
   std::string text(longestText + 1, '\0');
   file.read(text.data(), static_cast<std::streamsize>(text.size()));
   if (!file.is_open() || file.bad() || (file.fail() && !file.eof())) {
-    return std::unexpected(Problem{"The file " + quotedText(path) + " cannot be read", "Check its name and its mode"});
+    return std::unexpected(Problem{"The file " + jsonString(path) + " cannot be read", "Check its name and its mode"});
   }
   text.resize(static_cast<std::size_t>(file.gcount()));
   if (text.size() <= longestText) return text;
-  return std::unexpected(Problem{"The file " + quotedText(path) + " is too long", "Check which file is meant"});
+  return std::unexpected(Problem{"The file " + jsonString(path) + " is too long", "Check which file is meant"});
 }
 
 std::expected<Certificate, Problem> anchorFromFile(const std::string& path) {
@@ -52,19 +52,19 @@ std::expected<Certificate, Problem> anchorFromFile(const std::string& path) {
   if (!text) return std::unexpected(text.error());
   auto anchor = Certificate::fromPem(*text);
   if (anchor) return std::move(*anchor);
-  return std::unexpected(Problem{"The file " + quotedText(path) + " holds no certificate in PEM form",
+  return std::unexpected(Problem{"The file " + jsonString(path) + " holds no certificate in PEM form",
                                  "Pass a root certificate with --anchor"});
 }
 
 std::expected<Descriptor, Problem> openedFile(const std::string& path) {
   Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (descriptor.isOpen()) return descriptor;
-  return std::unexpected(Problem{"The file " + quotedText(path) + " cannot be opened: " + std::strerror(errno),
+  return std::unexpected(Problem{"The file " + jsonString(path) + " cannot be opened: " + std::strerror(errno),
                                  "Check its name and mode"});
 }
 
 Problem problemWith(const std::string& path, SigningFailure failure) {
-  return {"The signature of " + quotedText(path) + " is not valid: " + std::string(textOf(failure)),
+  return {"The signature of " + jsonString(path) + " is not valid: " + std::string(textOf(failure)),
           nextStepAfter(failure)};
 }
 

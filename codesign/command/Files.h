@@ -6,9 +6,9 @@
 #include <string>
 
 #include "codesign/Certificate.h"
-#include "codesign/Descriptor.h"
 #include "codesign/SigningFailure.h"
 #include "codesign/command/Output.h"
+#include "system/Descriptor.h"
 
 namespace wicket::codesign::command {
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "codesign/command/QuotedText.h"
+#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 
@@ -30,7 +30,7 @@ std::string arrayText(const PropertyArray& array) {
 std::string dictionaryText(const PropertyDictionary& dictionary) {
   std::string text;
   for (const auto& [key, value] : dictionary) {
-    text += (text.empty() ? "" : ", ") + quotedText(key) + ": " + jsonOf(value);
+    text += (text.empty() ? "" : ", ") + jsonString(key) + ": " + jsonOf(value);
   }
   return "{" + text + "}";
 }
@@ -51,7 +51,7 @@ std::string jsonOf(const PropertyValue& value) {
   if (const auto* flag = value.as<bool>()) return *flag ? "true" : "false";
   if (const auto* integer = value.as<std::int64_t>()) return std::to_string(*integer);
   if (const auto* real = value.as<double>()) return realText(*real);
-  if (const auto* text = value.as<std::string>()) return quotedText(*text);
+  if (const auto* text = value.as<std::string>()) return jsonString(*text);
   if (const auto* data = value.as<PropertyData>()) return "{\"data\": \"" + inHexadecimal(*data) + "\"}";
   if (const auto* array = value.as<PropertyArray>()) return arrayText(*array);
   return dictionaryText(*value.as<PropertyDictionary>());

@@ -7,7 +7,7 @@
 #include "codesign/command/Commands.h"
 #include "codesign/command/ExitStatus.h"
 #include "codesign/command/Files.h"
-#include "codesign/command/QuotedText.h"
+#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 
@@ -19,7 +19,7 @@ std::expected<PropertyDictionary, Problem> entitlementsFrom(const std::string& p
   const auto list = PropertyValue::fromXml(*text);
   const auto* dictionary = list ? list->as<PropertyDictionary>() : nullptr;
   if (dictionary != nullptr) return *dictionary;
-  return std::unexpected(Problem{"The file " + quotedText(path) + " holds no dictionary: " +
+  return std::unexpected(Problem{"The file " + jsonString(path) + " holds no dictionary: " +
                                      (list ? "the property list is something else" : list.error().message),
                                  "Pass a property list in XML with --entitlements"});
 }
@@ -43,7 +43,7 @@ std::expected<void, Problem> signFile(const Context& context, const SignOptions&
   }
   const auto isSigned = Signer::sign(options.file, *request, *identity);
   if (isSigned) return {};
-  return std::unexpected(Problem{"The file " + quotedText(options.file) + " was not signed: " + isSigned.error(),
+  return std::unexpected(Problem{"The file " + jsonString(options.file) + " was not signed: " + isSigned.error(),
                                  "It is as it was; check the file and its folder"});
 }
 

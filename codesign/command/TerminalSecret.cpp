@@ -7,8 +7,8 @@
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 
-#include "codesign/Descriptor.h"
-#include "codesign/command/QuotedText.h"
+#include "system/Descriptor.h"
+#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 
@@ -16,7 +16,7 @@ std::optional<std::string> askOnTerminal(const std::string& what) {
   // OpenSSL would read from standard input instead.
   if (!Descriptor(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)).isOpen()) return std::nullopt;
   std::array<char, 1024> buffer{};
-  const std::string prompt = quotedText(what) + ": ";
+  const std::string prompt = jsonString(what) + ": ";
   const bool wasAnswered = EVP_read_pw_string(buffer.data(), static_cast<int>(buffer.size()), prompt.c_str(), 0) == 0;
   std::optional<std::string> secret;
   if (wasAnswered) secret = buffer.data();

@@ -8,7 +8,7 @@
 #include "codesign/command/Commands.h"
 #include "codesign/command/ExitStatus.h"
 #include "codesign/command/Files.h"
-#include "codesign/command/QuotedText.h"
+#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 
@@ -39,12 +39,12 @@ int verifyWith(Context& context, const VerifyOptions& options, const Requirement
     return exit_status::failure;
   }
   if (signature->hasExpired) {
-    context.output.printWarning({"A certificate in the signature of " + quotedText(options.file) + " has expired",
+    context.output.printWarning({"A certificate in the signature of " + jsonString(options.file) + " has expired",
                                  "The signature stays valid, but sign the next release with another"});
   }
   if (requirement == nullptr || meets(*signature, *requirement, *anchor)) return exit_status::success;
-  context.output.printProblem({"The signature of " + quotedText(options.file) + " is valid, but does not meet " +
-                                   quotedText(*options.requirement),
+  context.output.printProblem({"The signature of " + jsonString(options.file) + " is valid, but does not meet " +
+                                   jsonString(*options.requirement),
                                "See what it says: wicket-codesign display"});
   return exit_status::requirementNotMet;
 }

@@ -8,8 +8,8 @@
 #include "companion/GroupPrivilege.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
-#include "companion/command/Json.h"
 #include "companion/doctor/Diagnosis.h"
+#include "text/JsonString.h"
 
 namespace wicket::companion::command {
 

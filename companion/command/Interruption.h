@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-#include "companion/Descriptor.h"
+#include "system/Descriptor.h"
 
 namespace wicket::companion::command {
 

@@ -10,7 +10,7 @@
 #include "companion/ScriptFolder.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
-#include "companion/command/Json.h"
+#include "text/JsonString.h"
 #include "text/Utf8.h"
 
 namespace wicket::companion::command {

@@ -15,13 +15,13 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include "companion/Descriptor.h"
 #include "companion/doctor/CompanionRequirement.h"
 #include "companion/doctor/PolkitPresence.h"
 #include "companion/doctor/SignatureExamination.h"
 #include "resources/BuildValues.h"
 #include "resources/TrustedAnchor.h"
 #include "store/Identifier.h"
+#include "system/Descriptor.h"
 
 namespace wicket::companion::doctor {
 
@@ -87,7 +87,7 @@ SystemFacts::Program gatherProgram() {
   // The file that runs, even if another one has taken its path meanwhile.
   const Descriptor file(::open(ownExecutable, O_RDONLY | O_CLOEXEC));
   program.file = FileFacts::of(file.get(), pathOfOwnExecutable(), errno);
-  if (!file.isValid()) return program;
+  if (!file.isOpen()) return program;
   struct statvfs mount{};
   program.mountIgnoresSetGroup = ::fstatvfs(file.get(), &mount) == 0 && (mount.f_flag & ST_NOSUID) != 0;
   program.hasAccessControlList = hasAccessControlList(file.get());
@@ -104,12 +104,12 @@ bool kernelNamesPeerProcess() {
   int pidfd = -1;
   socklen_t size = sizeof pidfd;
   if (::getsockopt(one.get(), SOL_SOCKET, peerPidfd, &pidfd, &size) != 0) return false;
-  return Descriptor(pidfd).isValid();
+  return Descriptor(pidfd).isOpen();
 }
 
 bool kernelOpensProcesses() {
   // The header of this call lacks C linkage in glibc 2.36.
-  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0U))).isValid();
+  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0U))).isOpen();
 }
 
 }  // namespace

@@ -138,8 +138,8 @@ TEST_F(BusConnectionPeerTest, ADescriptorThatAnotherProcessHasTakenIsCutWithoutI
   StandIn client(WICKET_STAND_IN, greeting({"say", "greeted"}));
   ASSERT_TRUE(client.awaitSaid("greeted"));
   ASSERT_NE(delegate_.await(0), nullptr);
-  const posix::Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, client.pid(), 0)));
-  const posix::Descriptor taken(static_cast<int>(syscall(SYS_pidfd_getfd, process.get(), 9, 0)));
+  const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, client.pid(), 0)));
+  const Descriptor taken(static_cast<int>(syscall(SYS_pidfd_getfd, process.get(), 9, 0)));
   ASSERT_TRUE(taken.isOpen());
   const auto call = DBusBytes::methodCall(1, "uninstallScriptWithFilename_completion_", "s", DBusBytes::string("a"));
   ASSERT_EQ(send(taken.get(), call.data(), call.size(), MSG_NOSIGNAL), static_cast<ssize_t>(call.size()));
@@ -154,8 +154,8 @@ TEST_F(BusConnectionPeerTest, ACallOfWhichAnotherProcessSentTheBeginningDoesNotR
   StandIn client(WICKET_STAND_IN, greeting({"say", "greeted", "wait", "send", rest}));
   ASSERT_TRUE(client.awaitSaid("greeted"));
   ASSERT_NE(delegate_.await(0), nullptr);
-  const posix::Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, client.pid(), 0)));
-  const posix::Descriptor taken(static_cast<int>(syscall(SYS_pidfd_getfd, process.get(), 9, 0)));
+  const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, client.pid(), 0)));
+  const Descriptor taken(static_cast<int>(syscall(SYS_pidfd_getfd, process.get(), 9, 0)));
   ASSERT_EQ(send(taken.get(), call.data(), 20, MSG_NOSIGNAL), 20);
   client.proceed();
   EXPECT_THAT(object_.awaitEvents(1), ElementsAre("invalidated"));

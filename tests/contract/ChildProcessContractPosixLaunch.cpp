@@ -16,8 +16,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "adapters/posix/Descriptor.h"
 #include "adapters/posix/PosixChildProcessLauncher.h"
+#include "system/Descriptor.h"
 #include "tests/support/ChildRecorder.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -100,7 +100,7 @@ TEST_F(ChildProcessContractPosixLaunch, MoreArgumentsThanTheSystemTakesAreALaunc
 TEST_F(ChildProcessContractPosixLaunch, NoDescriptorLeftIsALaunchError) {
   rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-  const posix::Descriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  const Descriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
   // Room for some of the pipes, not for all.
   rlimit tight = before;
   tight.rlim_cur = static_cast<rlim_t>(next.get()) + 4;
@@ -217,8 +217,8 @@ TEST_F(ChildProcessContractPosixLaunch, ALauncherMadeWhileSigchldIsIgnoredStillG
 }
 
 TEST_F(ChildProcessContractPosixLaunch, OnlyTheThreeStandardDescriptorsReachTheChild) {
-  const posix::Descriptor low(::open("/dev/null", O_RDONLY));
-  const posix::Descriptor high(::fcntl(low.get(), F_DUPFD, 500));
+  const Descriptor low(::open("/dev/null", O_RDONLY));
+  const Descriptor high(::fcntl(low.get(), F_DUPFD, 500));
   ASSERT_TRUE(high.isOpen());
   // Number 3 is the folder that ls itself reads.
   EXPECT_EQ(outputOf("/bin/ls", {"/proc/self/fd"}), "0\n1\n2\n3\n");
@@ -242,7 +242,7 @@ class WithoutStandardStreams {
   }
 
  private:
-  std::vector<posix::Descriptor> kept_;
+  std::vector<Descriptor> kept_;
 };
 
 TEST_F(ChildProcessContractPosixLaunch, NoPipeOfAChildBecomesAStandardStreamOfTheParent) {

@@ -10,8 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "adapters/posix/Descriptor.h"
 #include "adapters/posix/PosixChildProcessLauncher.h"
+#include "system/Descriptor.h"
 #include "tests/doubles/ScriptedChildProcessLauncher.h"
 #include "tests/support/ChildRecorder.h"
 #include "tests/support/TemporaryFolder.h"
@@ -41,22 +41,22 @@ class RealChildren {
   void descendantExits() { order(descendantOrders_, "exit"); }
 
  private:
-  posix::Descriptor makePipe(const std::string& name) {
+  Descriptor makePipe(const std::string& name) {
     const std::string path = folder_.path(name);
     if (::mkfifo(path.c_str(), 0600) != 0) throw std::runtime_error("cannot make " + path);
-    return posix::Descriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    return Descriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
   }
   [[nodiscard]] std::string readingFrom(const std::string& name) const {
     return "exec 7<'" + folder_.path(name) + "'; while read -r line <&7; do eval \"$line\"; done";
   }
-  static void order(const posix::Descriptor& pipe, const std::string& line) {
+  static void order(const Descriptor& pipe, const std::string& line) {
     const std::string text = line + "\n";
     if (::write(pipe.get(), text.data(), text.size()) < 0) throw std::runtime_error("cannot write an order");
   }
 
   support::TemporaryFolder folder_;
-  posix::Descriptor orders_;
-  posix::Descriptor descendantOrders_;
+  Descriptor orders_;
+  Descriptor descendantOrders_;
   PosixChildProcessLauncher launcher_;
 };
 

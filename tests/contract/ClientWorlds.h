@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "adapters/linux/BusListener.h"
-#include "adapters/posix/Descriptor.h"
+#include "system/Descriptor.h"
 #include "tests/doubles/ManualListener.h"
 #include "tests/doubles/RecordingConnection.h"
 #include "tests/doubles/RecordingHelperObject.h"
@@ -85,8 +85,8 @@ class TestDelegate : public ListenerDelegate {
 class ListeningSocket {
  public:
   [[nodiscard]] std::string path() const { return folder_.path("socket"); }
-  [[nodiscard]] posix::Descriptor open() const {
-    posix::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  [[nodiscard]] Descriptor open() const {
+    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::ranges::copy(path(), static_cast<char*>(address.sun_path));

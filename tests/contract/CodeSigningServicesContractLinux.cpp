@@ -29,7 +29,7 @@ class Watch {
   }
 
  private:
-  const posix::Descriptor inotify_;
+  const Descriptor inotify_;
 };
 
 class CodeSigningServicesContractLinux : public testing::Test {
@@ -233,8 +233,8 @@ TEST_F(CodeSigningServicesContractLinux, OfTwoThousandProcessesThatEndAtOnceNone
     for (int i = 0; i < 2000; ++i) {
       std::array<int, 2> pair{};
       ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()), 0);
-      const posix::Descriptor mine(pair[0]);
-      const posix::Descriptor theirs(pair[1]);
+      const Descriptor mine(pair[0]);
+      const Descriptor theirs(pair[1]);
       const pid_t child = vfork();
       if (child == 0) _exit(0);
       // The companion's token with the number of a process that comes and goes.

@@ -17,8 +17,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "adapters/posix/Descriptor.h"
 #include "adapters/posix/PosixFileManager.h"
+#include "system/Descriptor.h"
 #include "tests/contract/FileWorlds.h"
 #include "tests/support/TinyFileSystem.h"
 
@@ -171,7 +171,7 @@ TEST_F(FileManagerContractPosix, RelativePathsStartAtTheCurrentDirectory) {
 
 TEST_F(FileManagerContractPosix, ASocketOrADeviceIsNeitherReadNorCopied) {
   const std::string path = world_.at("socket");
-  const posix::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   path.copy(&address.sun_path[0], sizeof address.sun_path - 1);
@@ -211,10 +211,10 @@ TEST_F(FileManagerContractPosix, ADirectoryWithManyEntriesIsRemoved) {
 
 TEST_F(FileManagerContractPosix, ATreeOfTenThousandLevelsIsRemovedWithoutExhaustingAnything) {
   const auto buildAndRemove = [&](const std::string& folder) {
-    posix::Descriptor level(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    Descriptor level(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     for (int depth = 0; depth < 10'000; ++depth) {
       ASSERT_EQ(::mkdirat(level.get(), "d", 0755), 0);
-      level = posix::Descriptor(::openat(level.get(), "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+      level = Descriptor(::openat(level.get(), "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
       ASSERT_TRUE(level.isOpen());
     }
     level.reset();

@@ -85,7 +85,7 @@ class InstalledCompanion {
   struct Client {
     std::unique_ptr<support::StandIn> process;
     AuditTokenData token;
-    posix::Descriptor connection;
+    Descriptor connection;
   };
   /// @p program, started by an ordinary user, connects; then it does @p afterwards. @p before is what the
   /// user's process does before it executes the program.
@@ -115,14 +115,14 @@ class InstalledCompanion {
     steps.insert(steps.end(), {"say", "done"});
     auto process = std::make_unique<support::StandIn>(WICKET_STAND_IN, steps);
     if (!process->awaitSaid("connected")) throw std::runtime_error("the client does not connect");
-    posix::Descriptor accepted(::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    Descriptor accepted(::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     const auto peer = linux_adapter::PeerProcess::ofSocket(accepted.get());
     if (!peer) throw std::runtime_error("the client cannot be told");
     if (!process->awaitSaid("done")) throw std::runtime_error("the client does not come to an end");
     return {std::move(process), peer->auditToken(), std::move(accepted)};
   }
-  [[nodiscard]] posix::Descriptor listen() const {
-    posix::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  [[nodiscard]] Descriptor listen() const {
+    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     socketPath().copy(address.sun_path, sizeof address.sun_path - 1);
@@ -144,7 +144,7 @@ class InstalledCompanion {
   }
 
   const std::string folder_;
-  const posix::Descriptor listening_;
+  const Descriptor listening_;
   const support::TestChain chain_ = chainNamed(std::string(SigningCertificate::commonName()));
   linux_adapter::LinuxCodeSigningServices services_{group, codesign::Certificate::retaining(chain_.root.x509())};
 };

@@ -8,9 +8,9 @@
 
 #include "codesign/command/CommandLine.h"
 #include "codesign/command/PropertyJson.h"
-#include "codesign/command/QuotedText.h"
 #include "tests/support/Program.h"
 #include "tests/unit/codesign/SignedFiles.h"
+#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 namespace {
@@ -342,7 +342,7 @@ TEST_F(TokenTest, AMissingModuleIsOneProblem) {
 }
 
 TEST(QuotedTextTest, ControlCharactersAndBytesThatAreNotUtf8AreEscaped) {
-  EXPECT_EQ(quotedText("a\"\\\x1B[0m\xC2\x9B\xFFé"), "\"a\\\"\\\\\\u001b[0m\\u009b\xEF\xBF\xBDé\"");
+  EXPECT_EQ(jsonString("a\"\\\x1B[0m\xC2\x9B\xFFé"), "\"a\\\"\\\\\\u001b[0m\\u009b\xEF\xBF\xBDé\"");
 }
 
 TEST(PropertyJsonTest, NumbersKeepTheirKind) {

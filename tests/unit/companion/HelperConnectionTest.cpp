@@ -8,8 +8,8 @@
 #include <sys/un.h>
 
 #include "companion/AuthorizationRequest.h"
-#include "companion/Descriptor.h"
 #include "companion/HelperConnection.h"
+#include "system/Descriptor.h"
 #include "tests/support/FakeHelper.h"
 
 namespace wicket::companion {

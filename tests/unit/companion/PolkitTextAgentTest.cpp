@@ -12,8 +12,8 @@
 #include <unistd.h>
 
 #include "companion/AuthorizationRequest.h"
-#include "companion/Descriptor.h"
 #include "companion/PolkitTextAgent.h"
+#include "system/Descriptor.h"
 
 namespace wicket::companion {
 namespace {

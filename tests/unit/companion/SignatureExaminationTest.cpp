@@ -8,10 +8,10 @@
 
 #include "codesign/CodeDirectory.h"
 #include "codesign/Signer.h"
-#include "companion/Descriptor.h"
 #include "companion/doctor/CompanionRequirement.h"
 #include "companion/doctor/SignatureExamination.h"
 #include "security/CodesignCheck.h"
+#include "system/Descriptor.h"
 #include "tests/doubles/RecordingConnection.h"
 #include "tests/doubles/ScriptedCodeSigningServices.h"
 #include "tests/support/TemporaryFolder.h"

@@ -5,19 +5,16 @@
 #include <unistd.h>
 #include <utility>
 
-namespace wicket::posix {
+namespace wicket {
 
 /// A file descriptor that is closed with its owner.
 class Descriptor {
  public:
   Descriptor() = default;
   explicit Descriptor(int number) : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, none)) {}
+  Descriptor(Descriptor&& other) noexcept : number_(other.release()) {}
   Descriptor& operator=(Descriptor&& other) noexcept {
-    if (this != &other) {
-      reset();
-      number_ = std::exchange(other.number_, none);
-    }
+    reset(other.release());
     return *this;
   }
   Descriptor(const Descriptor&) = delete;
@@ -25,15 +22,15 @@ class Descriptor {
   ~Descriptor() { reset(); }
 
   [[nodiscard]] int get() const { return number_; }
-  [[nodiscard]] bool isOpen() const { return number_ != none; }
-  [[nodiscard]] int release() { return std::exchange(number_, none); }
-  void reset() {
-    if (isOpen()) ::close(release());
+  [[nodiscard]] bool isOpen() const { return number_ >= 0; }
+  [[nodiscard]] int release() { return std::exchange(number_, -1); }
+  void reset(int number = -1) {
+    if (isOpen()) ::close(number_);
+    number_ = number;
   }
 
  private:
-  static constexpr int none = -1;
-  int number_ = none;
+  int number_ = -1;
 };
 
-}  // namespace wicket::posix
+}  // namespace wicket

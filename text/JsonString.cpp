@@ -1,22 +1,25 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include "companion/command/Json.h"
+#include "text/JsonString.h"
 
 #include <array>
 #include <cstdio>
 
-#include "companion/DisplayText.h"
 #include "text/Utf8.h"
 
-namespace wicket::companion::command {
+namespace wicket {
 
 namespace {
 
+bool isControl(char32_t scalar) {
+  return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0) || scalar == 0x2028 || scalar == 0x2029;
+}
+
 std::string escaped(char32_t scalar, std::string_view bytes) {
   if (scalar == U'"' || scalar == U'\\') return "\\" + std::string(bytes);
-  if (scalar >= 0x20 && scalar != 0x7F) return std::string(bytes);
+  if (!isControl(scalar)) return std::string(bytes);
   std::array<char, 8> buffer{};
-  std::snprintf(buffer.data(), buffer.size(), "\\u%04x", static_cast<unsigned>(scalar));
+  std::snprintf(buffer.data(), buffer.size(), "\\u%04x", static_cast<unsigned>(scalar) & 0xFFFFU);
   return buffer.data();
 }
 
@@ -37,4 +40,4 @@ std::string jsonString(std::string_view text) {
   return result + "\"";
 }
 
-}  // namespace wicket::companion::command
+}  // namespace wicket
