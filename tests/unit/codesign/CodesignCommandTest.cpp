@@ -10,7 +10,6 @@
 #include "codesign/command/PropertyJson.h"
 #include "tests/support/Program.h"
 #include "tests/unit/codesign/SignedFiles.h"
-#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 namespace {
@@ -339,10 +338,6 @@ TEST_F(TokenTest, AMissingModuleIsOneProblem) {
   const Program signing = signWithKey("pkcs11:object=signer", "OPENSSL_ENGINES=/nonexistent");
   EXPECT_EQ(signing.status, 1);
   expectOneProblem({signing.status, signing.output, signing.errors}, "no module for PKCS#11 tokens");
-}
-
-TEST(QuotedTextTest, ControlCharactersAndBytesThatAreNotUtf8AreEscaped) {
-  EXPECT_EQ(jsonString("a\"\\\x1B[0m\xC2\x9B\xFFé"), "\"a\\\"\\\\\\u001b[0m\\u009b\xEF\xBF\xBDé\"");
 }
 
 TEST(PropertyJsonTest, NumbersKeepTheirKind) {
