@@ -1,3 +1,14 @@
+# A sanitized program is built to be tested once, and most of its build is reading the standard library: that is
+# read once for all rooms. The other presets do without, so that a header that a source forgot to include is missed.
+if(WICKET_SANITIZERS)
+  file(WRITE ${CMAKE_BINARY_DIR}/CommonHeaders.cpp "")
+  add_library(wicket_common_headers STATIC ${CMAKE_BINARY_DIR}/CommonHeaders.cpp)
+  target_link_libraries(wicket_common_headers PRIVATE wicket_options Threads::Threads)
+  target_precompile_headers(wicket_common_headers PRIVATE
+    <algorithm> <array> <chrono> <condition_variable> <cstdint> <expected> <functional> <map> <memory> <mutex>
+    <optional> <span> <string> <string_view> <thread> <vector>)
+endif()
+
 # wicket_room(NAME [ROOMS room...] [LIBRARIES target...]): one room of the house as a library made of all
 # sources in its folder. A room without sources is an interface of headers.
 function(wicket_room NAME)
@@ -9,6 +20,9 @@ function(wicket_room NAME)
     add_library(wicket_${NAME} STATIC ${SOURCES})
     set(SCOPE PUBLIC)
     target_link_libraries(wicket_${NAME} PRIVATE wicket_options)
+    if(WICKET_SANITIZERS)
+      target_precompile_headers(wicket_${NAME} REUSE_FROM wicket_common_headers)
+    endif()
   else()
     add_library(wicket_${NAME} INTERFACE)
     set(SCOPE INTERFACE)
