@@ -6,14 +6,17 @@
 #include <cstdlib>
 #include <new>
 #include <optional>
-#include <plist/plist.h>
 #include <type_traits>
+
+#include "codesign/PropertyListLibrary.h"
 
 namespace wicket::codesign {
 namespace {
 
+const PropertyListLibrary& library() { return PropertyListLibrary::instance(); }
+
 struct NodeRelease {
-  void operator()(plist_t node) const { plist_free(node); }
+  void operator()(plist_t node) const { library().plist_free(node); }
 };
 using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, NodeRelease>;
 
@@ -31,25 +34,25 @@ Result valueOf(plist_t node, int depth);
 
 std::int64_t integerOf(plist_t node) {
   std::uint64_t value = 0;
-  plist_get_uint_val(node, &value);
+  library().plist_get_uint_val(node, &value);
   return static_cast<std::int64_t>(value);
 }
 
 double realOf(plist_t node) {
   double value = 0;
-  plist_get_real_val(node, &value);
+  library().plist_get_real_val(node, &value);
   return value;
 }
 
 std::string stringOf(plist_t node) {
   std::uint64_t length = 0;
-  const char* const text = plist_get_string_ptr(node, &length);
+  const char* const text = library().plist_get_string_ptr(node, &length);
   return text != nullptr ? std::string(text, length) : std::string();
 }
 
 PropertyData dataOf(plist_t node) {
   std::uint64_t length = 0;
-  const char* const bytes = plist_get_data_ptr(node, &length);
+  const char* const bytes = library().plist_get_data_ptr(node, &length);
   PropertyData data(bytes != nullptr ? length : 0);
   std::transform(bytes, bytes + data.size(), data.begin(), [](char byte) { return static_cast<std::byte>(byte); });
   return data;
@@ -57,8 +60,8 @@ PropertyData dataOf(plist_t node) {
 
 Result arrayOf(plist_t node, int depth) {
   PropertyArray array;
-  for (std::uint32_t index = 0; index < plist_array_get_size(node); ++index) {
-    auto element = valueOf(plist_array_get_item(node, index), depth + 1);
+  for (std::uint32_t index = 0; index < library().plist_array_get_size(node); ++index) {
+    auto element = valueOf(library().plist_array_get_item(node, index), depth + 1);
     if (!element) {
       return element;
     }
@@ -70,12 +73,12 @@ Result arrayOf(plist_t node, int depth) {
 Result dictionaryOf(plist_t node, int depth) {
   PropertyDictionary dictionary;
   plist_dict_iter iterator = nullptr;
-  plist_dict_new_iter(node, &iterator);
+  library().plist_dict_new_iter(node, &iterator);
   const std::unique_ptr<void, MemoryRelease> owner(iterator);
   while (true) {
     char* key = nullptr;
     plist_t child = nullptr;
-    plist_dict_next_item(node, iterator, &key, &child);
+    library().plist_dict_next_item(node, iterator, &key, &child);
     const std::unique_ptr<char, MemoryRelease> keyOwner(key);
     if (key == nullptr || child == nullptr) {
       return PropertyValue(std::move(dictionary));
@@ -92,10 +95,10 @@ Result valueOf(plist_t node, int depth) {
   if (depth > PropertyValue::deepestNesting) {
     return failure("the property list is nested too deeply");
   }
-  switch (plist_get_node_type(node)) {
+  switch (library().plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
       std::uint8_t value = 0;
-      plist_get_bool_val(node, &value);
+      library().plist_get_bool_val(node, &value);
       return PropertyValue(value != 0);
     }
     case PLIST_UINT:
@@ -118,17 +121,17 @@ Result valueOf(plist_t node, int depth) {
 Node nodeOf(const PropertyValue& value);
 
 Node nodeOfArray(const PropertyArray& array) {
-  Node node(plist_new_array());
+  Node node(library().plist_new_array());
   for (const PropertyValue& element : array) {
-    plist_array_append_item(node.get(), nodeOf(element).release());
+    library().plist_array_append_item(node.get(), nodeOf(element).release());
   }
   return node;
 }
 
 Node nodeOfDictionary(const PropertyDictionary& dictionary) {
-  Node node(plist_new_dict());
+  Node node(library().plist_new_dict());
   for (const auto& [key, value] : dictionary) {
-    plist_dict_set_item(node.get(), key.c_str(), nodeOf(value).release());
+    library().plist_dict_set_item(node.get(), key.c_str(), nodeOf(value).release());
   }
   return node;
 }
@@ -136,21 +139,21 @@ Node nodeOfDictionary(const PropertyDictionary& dictionary) {
 Node nodeOfData(const PropertyData& data) {
   std::string bytes(data.size(), '\0');
   std::ranges::transform(data, bytes.begin(), [](std::byte byte) { return std::to_integer<char>(byte); });
-  return Node(plist_new_data(bytes.data(), bytes.size()));
+  return Node(library().plist_new_data(bytes.data(), bytes.size()));
 }
 
 Node nodeOf(const PropertyValue& value) {
   if (const auto* flag = value.as<bool>()) {
-    return Node(plist_new_bool(*flag ? 1 : 0));
+    return Node(library().plist_new_bool(*flag ? 1 : 0));
   }
   if (const auto* integer = value.as<std::int64_t>()) {
-    return Node(plist_new_uint(static_cast<std::uint64_t>(*integer)));
+    return Node(library().plist_new_uint(static_cast<std::uint64_t>(*integer)));
   }
   if (const auto* real = value.as<double>()) {
-    return Node(plist_new_real(*real));
+    return Node(library().plist_new_real(*real));
   }
   if (const auto* text = value.as<std::string>()) {
-    return Node(plist_new_string(text->c_str()));
+    return Node(library().plist_new_string(text->c_str()));
   }
   if (const auto* data = value.as<PropertyData>()) {
     return nodeOfData(*data);
@@ -177,7 +180,7 @@ std::expected<PropertyValue, PropertyListError> PropertyValue::fromXml(std::stri
     return failure("the property list is longer than " + std::to_string(longestText) + " bytes");
   }
   plist_t parsed = nullptr;
-  plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &parsed);
+  library().plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &parsed);
   const Node node(parsed);
   if (!node) {
     return failure("this is no property list in XML");
@@ -189,11 +192,11 @@ std::string PropertyValue::toXml() const {
   const Node node = nodeOf(*this);
   char* text = nullptr;
   std::uint32_t length = 0;
-  plist_to_xml(node.get(), &text, &length);
+  library().plist_to_xml(node.get(), &text, &length);
   if (text == nullptr) {
     throw std::bad_alloc();
   }
-  const std::unique_ptr<char, void (*)(char*)> owner(text, plist_to_xml_free);
+  const std::unique_ptr<char, void (*)(char*)> owner(text, library().freeText);
   return {text, length};
 }
 

@@ -26,7 +26,8 @@ struct PropertyListError {
   std::string message;
 };
 
-/// A value of a property list, never changed once made. Copies of dictionaries share them.
+/// A value of a property list, never changed once made. Copies of dictionaries share them. What reads and
+/// writes them throws std::runtime_error where the system has no libplist.
 class PropertyValue {
  public:
   /// More than any signature needs, and little enough for the library's recursion not to exhaust the

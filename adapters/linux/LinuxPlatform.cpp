@@ -14,6 +14,7 @@
 #include "adapters/linux/BusListener.h"
 #include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/SocketActivation.h"
+#include "codesign/PropertyListLibrary.h"
 #include "resources/BuildValues.h"
 #include "resources/TrustedAnchor.h"
 
@@ -43,6 +44,7 @@ codesign::Certificate trustAnchor() {
 }
 
 LinuxPlatform* makePlatform() {
+  if (const auto missing = codesign::PropertyListLibrary::missing(); !missing.empty()) endBecause(missing + ".");
   auto listening = takeActivationSocket();
   if (!listening) {
     endBecause("no listening socket was handed over; it is started by its systemd socket unit, not by hand.");

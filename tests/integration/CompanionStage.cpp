@@ -50,10 +50,10 @@ bool addGroup() {
 std::string authorityFile(const std::string& suffix) { return WICKET_IDENTITY_FOLDER "/intermediate" + suffix; }
 
 bool build() {
-  std::vector<std::string> files{WICKET_HELPER,       WICKET_COMMAND,     WICKET_POLICY,
-                                 WICKET_CODESIGN,     WICKET_SIGNING_KEY, WICKET_SIGNING_CERTIFICATES,
-                                 WICKET_ENTITLEMENTS, WICKET_STAND_IN,    WICKET_INTRUDER,
-                                 WICKET_MAKE_IDENTITY};
+  std::vector<std::string> files{WICKET_HELPER,        WICKET_COMMAND,     WICKET_POLICY,
+                                 WICKET_CODESIGN,      WICKET_SIGNING_KEY, WICKET_SIGNING_CERTIFICATES,
+                                 WICKET_ENTITLEMENTS,  WICKET_STAND_IN,    WICKET_INTRUDER,
+                                 WICKET_MAKE_IDENTITY, WICKET_OLDER_KERNEL};
   for (const char* suffix : {".pem", ".key"}) {
     if (fs::exists(authorityFile(suffix))) files.push_back(authorityFile(suffix));
   }
@@ -82,6 +82,7 @@ std::string CompanionStage::policy() { return reachable(WICKET_POLICY); }
 
 std::string CompanionStage::standIn() { return reachable(WICKET_STAND_IN); }
 std::string CompanionStage::intruder() { return reachable(WICKET_INTRUDER); }
+std::string CompanionStage::olderKernel() { return reachable(WICKET_OLDER_KERNEL); }
 std::string CompanionStage::identityMaker() { return reachable(WICKET_MAKE_IDENTITY); }
 
 std::optional<std::string> CompanionStage::authority(const std::string& suffix) {

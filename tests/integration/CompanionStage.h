@@ -33,6 +33,8 @@ class CompanionStage {
   [[nodiscard]] static std::string standIn();
   /// A library that leaves the file /var/tmp/intruder.was.here in whatever loads it.
   [[nodiscard]] static std::string intruder();
+  /// Makes the kernel look older to the program in its arguments.
+  [[nodiscard]] static std::string olderKernel();
   /// The script that makes identities.
   [[nodiscard]] static std::string identityMaker();
   /// A file of the authority below the root that the helper trusts: its certificate, .pem, or its key,

@@ -30,6 +30,17 @@ void makeWorldWritable(const std::string& folder) {
   ::chmod(folder.c_str(), 01777);
 }
 
+/// Whether the helper is to find the means of a kernel before 6.5 only.
+bool isKernelOlder() { return std::getenv("WICKET_TEST_KERNEL") != nullptr; }
+
+bool isFiltered(pid_t pid) {
+  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line == "Seccomp:\t2") return true;
+  }
+  return false;
+}
+
 bool isContinuousIntegration() {
   const char* value = std::getenv("CI");
   return value != nullptr && std::string(value) == "true";
@@ -54,7 +65,13 @@ void IntegrationTest::SetUp() {
   std::filesystem::create_symlink("/run", "/var/run");
   makeWorldWritable("/var/tmp");
   replaceSystemctl(1);
-  activateThrough(helperExecutable());
+  activateThrough(isKernelOlder() ? helperOnOlderKernel() : helperExecutable());
+}
+
+std::string IntegrationTest::helperOnOlderKernel() {
+  const std::string starter = "/run/start-helper-on-older-kernel";
+  writeFile(starter, "#!/bin/sh\nexec " + CompanionStage::olderKernel() + " " + helperExecutable() + "\n", 0755);
+  return starter;
 }
 
 void IntegrationTest::activateThrough(const std::string& program) {
@@ -87,6 +104,7 @@ std::unique_ptr<BusClient> IntegrationTest::connectAndGreet() {
   auto client = connect();
   const auto reply = client->await(client->startVersion(), 20s);
   if (!reply || !reply->error.empty()) throw std::runtime_error("the helper does not answer");
+  if (isFiltered(helperPid()) != isKernelOlder()) throw std::runtime_error("the helper is on the wrong kernel");
   return client;
 }
 

@@ -50,7 +50,7 @@ class IntegrationTest : public ::testing::Test {
   /// A new client. Fails the test when there is none.
   [[nodiscard]] static std::unique_ptr<BusClient> connect();
   /// A client that the helper has accepted and answered, so that the helper runs.
-  [[nodiscard]] static std::unique_ptr<BusClient> connectAndGreet();
+  [[nodiscard]] std::unique_ptr<BusClient> connectAndGreet();
   [[nodiscard]] pid_t helperPid() const { return activator_->currentPid(); }
 
   /// A file in the script folder as an installation leaves it. Returns its path.
@@ -65,6 +65,9 @@ class IntegrationTest : public ::testing::Test {
   [[nodiscard]] static std::string helperErrors();
 
  private:
+  /// A program that becomes the helper, for activateThrough().
+  static std::string helperOnOlderKernel();
+
   std::optional<support::PrivateFolders> folders_;
   std::unique_ptr<support::SocketActivator> activator_;
 };

@@ -245,6 +245,19 @@ TEST_F(CodesignCommandTest, NoConfigurationOfOpenSslIsRead) {
   }
 }
 
+TEST_F(CodesignCommandTest, WithoutTheLibraryForPropertyListsThatIsSaid) {
+  ASSERT_EQ(run(signWords()).status, 0);
+  // Found first by the loader, and no libraries.
+  for (const char* name : {"libplist-2.0.so.3", "libplist-2.0.so.4"}) static_cast<void>(fileWith("nothing", name));
+  for (const auto& words : {verifyWords(), signWords()}) {
+    std::vector<std::string> command{"env", "LD_LIBRARY_PATH=" + pathOf(""), WICKET_CODESIGN};
+    command.insert(command.end(), words.begin(), words.end());
+    const Program program = Program::run(command, std::chrono::seconds(10));
+    EXPECT_NE(program.status, 0);
+    expectOneProblem({program.status, program.output, program.errors}, "the library libplist-2.0 is missing");
+  }
+}
+
 TEST_F(CodesignCommandTest, WithoutATerminalNoPassphraseIsAskedFor) {
   const BioObject file(BIO_new_file(pathOf("key.pem").c_str(), "wb"));
   ASSERT_EQ(
