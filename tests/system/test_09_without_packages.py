@@ -16,8 +16,8 @@ def installation(machine, request):
     source = Path(request.config.getoption("--plain"))
     subprocess.run(["cp", "--recursive", "--preserve=mode", f"{source}/.", machine.root], check=True)
     # What README.md tells whoever installs without packages.
-    machine.run("systemd-sysusers")
-    machine.shell("chown root:wicket /usr/bin/wicket && chmod 2755 /usr/bin/wicket")
+    machine.run("systemd-sysusers", "wicket.conf")
+    machine.shell("chgrp wicket /usr/local/bin/wicket && chmod 2755 /usr/local/bin/wicket")
     machine.run("systemctl", "daemon-reload")
     machine.run("systemctl", "enable", "--now", SOCKET)
 
