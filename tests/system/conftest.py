@@ -89,10 +89,13 @@ class Terminals:
     def shown(self):
         return {user: terminal.shown_since_mark() for user, terminal in self._open.items()}
 
+    def log_out(self, user):
+        if user in self._open:
+            self._open.pop(user).close()
+
     def close(self):
-        for terminal in self._open.values():
-            terminal.close()
-        self._open.clear()
+        for user in list(self._open):
+            self.log_out(user)
 
 
 @pytest.fixture(scope="session")
@@ -141,8 +144,10 @@ def pytest_runtest_makereport(item, call):
     for user, text in item.terminals.shown().items():
         if text.strip():
             report.sections.append((f"terminal of {user}", text))
-    # What a terminal shows after a failure is anybody's guess, so the next test gets new ones.
-    item.terminals.close()
+    # What a terminal shows after a failure is anybody's guess, so the next test gets another one.
+    for used in item.funcargs.values():
+        if isinstance(used, Terminal):
+            item.terminals.log_out(used.user)
     journal = item.machine.run("journalctl", "--no-pager", "--output=short-precise", f"--since=@{item.began}",
                                check=False)
     report.sections.append(("journal", (journal.stdout + journal.stderr)[-12000:]))

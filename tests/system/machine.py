@@ -52,11 +52,18 @@ class Machine:
 
     def boot(self, timeout=90):
         """Returns when systemd has started everything."""
+        self._start(["--boot", "--notify-ready=yes"], [], timeout)
+
+    def enter_without_booting(self):
+        """Nothing runs inside but what a test runs."""
+        self._start(["--as-pid2"], ["sleep", "infinity"], timeout=20)
+
+    def _start(self, options, words, timeout):
         self._cgroup.mkdir(exist_ok=True)
         command = [
-            "systemd-nspawn", f"--directory={self.root}", f"--machine=wicket-{self.name}", "--boot", "--quiet",
-            "--register=no", "--keep-unit", "--notify-ready=yes", "--private-network", "--console=pipe",
-            "--link-journal=no", "--system-call-filter=pidfd_getfd", "--resolv-conf=off", "--timezone=off",
+            "systemd-nspawn", f"--directory={self.root}", f"--machine=wicket-{self.name}", "--quiet",
+            "--register=no", "--keep-unit", "--private-network", "--console=pipe", "--link-journal=no",
+            "--resolv-conf=off", "--timezone=off", "--system-call-filter=pidfd_getfd", *options, *words,
         ]
         # Two containers that keep their unit must not share a cgroup.
         into_cgroup = ["sh", "-c", 'echo $$ >"$0/cgroup.procs" && exec "$@"', str(self._cgroup)]
@@ -65,30 +72,23 @@ class Machine:
             self._container = subprocess.Popen(into_cgroup + command, stdin=subprocess.DEVNULL, stdout=console,
                                                stderr=subprocess.STDOUT, env=environment)
             self._leader = self._await_readiness(notifications, time.monotonic() + timeout)
-
-    def enter_without_booting(self):
-        """Commands then run in a container whose first process is nothing but a pause."""
-        self._container = subprocess.Popen(
-            ["unshare", "--mount", "--uts", "--ipc", "--net", "--pid", "--fork", "--kill-child", "sh", "-euc",
-             'mount -t tmpfs tmpfs "$0/run" && mount --rbind /dev "$0/dev" && mount -t proc proc "$0/proc" && '
-             'echo ready && exec chroot "$0" sleep infinity', str(self.root)],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, env={"PATH": PATH})
-        if not self._container.stdout.readline():
-            raise CannotBoot("the tree cannot be entered")
-        children = Path(f"/proc/{self._container.pid}/task/{self._container.pid}/children").read_text()
-        self._leader = int(children)
+        # The commands of the tests are for that system and no other.
+        if not os.path.samefile(f"/proc/{self._leader}/root", self.root):
+            self.end()
+            raise CannotBoot("the container's root is not the tree that was made for it")
 
     def _await_readiness(self, notifications, deadline):
         leader = None
+        ready = False
         while time.monotonic() < deadline:
             if self._container.poll() is not None:
                 raise CannotBoot("systemd-nspawn ended:\n" + self.console_text())
             for word in notifications.wait(0.5):
                 name, _, value = word.partition("=")
-                if name == "X_NSPAWN_LEADER_PID":
-                    leader = int(value)
-                if name == "READY" and leader is not None:
-                    return leader
+                leader = int(value) if name == "X_NSPAWN_LEADER_PID" else leader
+                ready = ready or name == "READY"
+            if ready and leader is not None:
+                return leader
         self.end()
         raise CannotBoot("the system did not start in time:\n" + self.console_text())
 
