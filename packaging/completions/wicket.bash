@@ -12,11 +12,18 @@ _wicket_scripts() {
     while IFS= read -r name; do printf '%b\n' "$name"; done
 }
 
-# Adds those of the lines of standard input that begin with $1 as words for the command line.
+# Adds those of the lines of standard input that continue the word $1, in the quoting that it began with. Readline
+# ends words at some characters that need no quoting otherwise.
 _wicket_reply() {
-  local line
+  local line begun
+  begun=$(_wicket_unquoted "$1")
   while IFS= read -r line; do
-    [[ $line == "$1"* ]] && COMPREPLY+=("$(printf '%q' "$line")")
+    [[ $line == "$begun"* ]] || continue
+    case $1 in
+      \'*) [[ $line == *\'* ]] || COMPREPLY+=("$line") ;;
+      \"*) COMPREPLY+=("$(printf '%s' "$line" | sed 's/[$`"\\]/\\&/g')") ;;
+      *) COMPREPLY+=("$(printf '%q' "$line" | sed 's/[:=@]/\\&/g')") ;;
+    esac
   done
 }
 
@@ -49,7 +56,7 @@ _wicket() {
   case $subcommand in
     '') mapfile -t COMPREPLY < <(compgen -W 'install run version list remove uninstall doctor' -- "$current") ;;
     install) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$(_wicket_unquoted "$current")") ;;
-    run | remove) _wicket_reply "$(_wicket_unquoted "$current")" < <(_wicket_scripts "${COMP_WORDS[0]}") ;;
+    run | remove) _wicket_reply "$current" < <(_wicket_scripts "${COMP_WORDS[0]}") ;;
   esac
 }
 
