@@ -165,17 +165,26 @@ bool addCertificates(CMS_ContentInfo* message, const SigningIdentity& identity) 
   });
 }
 
+/// OpenSSL itself adds the present moment when it signs and finds none.
+bool addSigner(CMS_ContentInfo* message, const SigningIdentity& identity, unsigned flags,
+               std::optional<std::time_t> moment) {
+  CMS_SignerInfo* signer =
+      CMS_add1_signer(message, identity.certificates().front().x509(), identity.key(), EVP_sha256(), flags);
+  if (signer == nullptr || !moment) return signer != nullptr;
+  const TimeObject time(X509_time_adj(nullptr, 0, &*moment));
+  return time && CMS_signed_add1_attr_by_NID(signer, NID_pkcs9_signingTime, time->type, time.get(), -1) == 1;
+}
+
 }  // namespace
 
 std::expected<std::vector<std::byte>, SigningFailure> CmsSignature::sign(std::span<const std::byte> content,
-                                                                         const SigningIdentity& identity) {
+                                                                         const SigningIdentity& identity,
+                                                                         std::optional<std::time_t> moment) {
   const ErrorQueueCleaner cleaner;
   constexpr unsigned flags = CMS_BINARY | CMS_PARTIAL | CMS_NOSMIMECAP;
   const BioObject source(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
   const CmsObject message(CMS_sign_ex(nullptr, nullptr, nullptr, source.get(), flags, CryptoContext::get(), nullptr));
-  const bool isSigned = source && message &&
-                        CMS_add1_signer(message.get(), identity.certificates().front().x509(), identity.key(),
-                                        EVP_sha256(), flags) != nullptr &&
+  const bool isSigned = source && message && addSigner(message.get(), identity, flags, moment) &&
                         addCertificates(message.get(), identity) &&
                         CMS_final(message.get(), source.get(), nullptr, flags) == 1;
   if (!isSigned) return Failure(SigningFailure::signatureWrong);

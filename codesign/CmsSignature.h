@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstddef>
+#include <ctime>
 #include <expected>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -24,9 +26,12 @@ class CmsSignature {
     bool hasExpired = false;
   };
 
-  /// With all certificates of the identity. signatureWrong if the key did not sign.
-  [[nodiscard]] static std::expected<std::vector<std::byte>, SigningFailure> sign(std::span<const std::byte> content,
-                                                                                  const SigningIdentity& identity);
+  /// With all certificates of the identity, and the moment of signing: now if none is given. signatureWrong if the
+  /// key did not sign. The same content, identity and moment give the same bytes where the key's algorithm uses no
+  /// random number: RSA does not, ECDSA does.
+  [[nodiscard]] static std::expected<std::vector<std::byte>, SigningFailure> sign(
+      std::span<const std::byte> content, const SigningIdentity& identity,
+      std::optional<std::time_t> moment = std::nullopt);
 
   /// The message has exactly one signer, and CertificatePath's rules lead from its certificate to @p anchor.
   /// What is signed are the signed attributes, with the content's SHA-2 digest of at least 256 bits and its

@@ -31,6 +31,7 @@ using DigestObject = std::unique_ptr<EVP_MD, CryptoRelease<&EVP_MD_free>>;
 using KeyObject = std::unique_ptr<EVP_PKEY, CryptoRelease<&EVP_PKEY_free>>;
 using StoreObject = std::unique_ptr<X509_STORE, CryptoRelease<&X509_STORE_free>>;
 using StoreContextObject = std::unique_ptr<X509_STORE_CTX, CryptoRelease<&X509_STORE_CTX_free>>;
+using TimeObject = std::unique_ptr<ASN1_TIME, CryptoRelease<&ASN1_TIME_free>>;
 using X509Object = std::unique_ptr<X509, CryptoRelease<&X509_free>>;
 /// Owns the certificates in it, too.
 using X509Stack = std::unique_ptr<STACK_OF(X509), CertificateStackRelease>;

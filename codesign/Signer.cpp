@@ -46,7 +46,7 @@ std::expected<void, std::string> appendBlock(FileReplacement& file, std::uint64_
   const CodeDirectory directory{request.identifier, request.flags, request.entitlements, *digest, length};
   const auto content = directory.toPropertyList();
   if (!content) return Failure("The identifier is empty, too long or holds a NUL");
-  const auto message = CmsSignature::sign(*content, identity);
+  const auto message = CmsSignature::sign(*content, identity, request.moment);
   if (!message) return Failure("The key did not sign");
   if (message->size() > SignatureBlock::maximumMessageLength || !CodeDirectory::fromPropertyList(*content)) {
     return Failure("The entitlements and the certificates are too much for a signature block");

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <expected>
 #include <optional>
 #include <string>
@@ -17,6 +18,8 @@ struct SigningRequest {
   std::string identifier;
   std::uint32_t flags = 0;
   std::optional<PropertyDictionary> entitlements;
+  /// The moment of signing that the signature tells, without anybody vouching for it. None: now.
+  std::optional<std::time_t> moment = std::nullopt;
 };
 
 /// Signs programs.

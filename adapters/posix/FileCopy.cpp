@@ -51,30 +51,32 @@ std::expected<NewEntry, FileError> findPlace(const std::string& destination) {
   return entry;
 }
 
-/// A new file under a name nobody else uses, removed again unless it was given its final name.
+/// A new file in a folder of its own, which only its owner can enter; both go away again, but for the file if it
+/// was given its final name. Should this process be killed, half a file stays in that folder and nowhere beside
+/// the whole ones: nobody who knows no more than names in the outer folder gets at it.
 class TemporaryFile {
  public:
-  explicit TemporaryFile(int folder) : folder_(folder) {}
+  explicit TemporaryFile(int place) : place_(place) {}
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
-    if (descriptor_.isOpen() && !renamed_) ::unlinkat(folder_, name_.c_str(), 0);
+    if (descriptor_.isOpen() && !renamed_) ::unlinkat(folder_.get(), fileName, 0);
+    if (folder_.isOpen()) ::unlinkat(place_, folderName_.c_str(), AT_REMOVEDIR);
   }
 
   [[nodiscard]] Result create() {
-    constexpr int attempts = 100;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-      name_ = randomName();
-      descriptor_ = Descriptor(
-          ::openat(folder_, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-      if (descriptor_.isOpen()) return {};
-      if (errno != EEXIST) return lastError();
-    }
-    return failure(EEXIST);
+    if (auto result = createFolder(); !result) return result;
+    folder_ = Descriptor(::openat(place_, folderName_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!folder_.isOpen()) return lastErrorWithoutFolder();
+    descriptor_ = Descriptor(
+        ::openat(folder_.get(), fileName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!descriptor_.isOpen()) return lastError();
+    return {};
   }
 
   [[nodiscard]] Result renameTo(const std::string& name) {
-    if (const int error = renameWithoutReplacing(folder_, name_, name); error != 0) return failure(error);
+    const int error = renameWithoutReplacing({folder_.get(), fileName}, {place_, name.c_str()});
+    if (error != 0) return failure(error);
     renamed_ = true;
     return {};
   }
@@ -82,6 +84,24 @@ class TemporaryFile {
   [[nodiscard]] int descriptor() const { return descriptor_.get(); }
 
  private:
+  static constexpr char fileName[] = "copy";
+
+  [[nodiscard]] Result createFolder() {
+    constexpr int attempts = 100;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+      folderName_ = randomName();
+      if (::mkdirat(place_, folderName_.c_str(), S_IRWXU) == 0) return {};
+      if (errno != EEXIST) return lastError();
+    }
+    return failure(EEXIST);
+  }
+
+  [[nodiscard]] Result lastErrorWithoutFolder() const {
+    const int error = errno;
+    ::unlinkat(place_, folderName_.c_str(), AT_REMOVEDIR);
+    return failure(error);
+  }
+
   static std::string randomName() {
     constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
     constexpr int length = 12;
@@ -92,8 +112,9 @@ class TemporaryFile {
     return name;
   }
 
-  int folder_;
-  std::string name_;
+  int place_;
+  std::string folderName_;
+  Descriptor folder_;
   Descriptor descriptor_;
   bool renamed_ = false;
 };

@@ -8,8 +8,8 @@
 
 namespace wicket::posix {
 
-/// FileManager::copyItem: written under a temporary name beside the destination, synced, and given
-/// its name only when complete. After a failure nothing of it is left.
+/// FileManager::copyItem: written in a temporary folder beside the destination, synced, and given its name only
+/// when complete. After a failure nothing of it is left; if this process is killed, no more than that folder.
 [[nodiscard]] FileManager::Result copyFile(const std::string& source, const std::string& destination);
 
 }  // namespace wicket::posix

@@ -11,9 +11,9 @@ namespace wicket::posix {
 namespace {
 
 // For file systems without the exclusive rename: a hard link refuses to replace anything too.
-int linkThenUnlink(int folder, const std::string& from, const std::string& to) {
-  if (::linkat(folder, from.c_str(), folder, to.c_str(), 0) != 0) return errno;
-  return ::unlinkat(folder, from.c_str(), 0) == 0 ? 0 : errno;
+int linkThenUnlink(Place from, Place to) {
+  if (::linkat(from.folder, from.name, to.folder, to.name, 0) != 0) return errno;
+  return ::unlinkat(from.folder, from.name, 0) == 0 ? 0 : errno;
 }
 
 bool isUnsupported(int error) { return error == EINVAL || error == ENOSYS || error == ENOTSUP; }
@@ -40,9 +40,9 @@ int closeOtherDescriptors(posix_spawn_file_actions_t&, posix_spawnattr_t& attrib
   return ::posix_spawnattr_setflags(&attributes, static_cast<short>(flags | POSIX_SPAWN_CLOEXEC_DEFAULT));
 }
 
-int renameWithoutReplacing(int folder, const std::string& from, const std::string& to) {
-  if (::renameatx_np(folder, from.c_str(), folder, to.c_str(), RENAME_EXCL) == 0) return 0;
-  return isUnsupported(errno) ? linkThenUnlink(folder, from, to) : errno;
+int renameWithoutReplacing(Place from, Place to) {
+  if (::renameatx_np(from.folder, from.name, to.folder, to.name, RENAME_EXCL) == 0) return 0;
+  return isUnsupported(errno) ? linkThenUnlink(from, to) : errno;
 }
 
 #else
@@ -53,9 +53,9 @@ int closeOtherDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t
   return ::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
 }
 
-int renameWithoutReplacing(int folder, const std::string& from, const std::string& to) {
-  if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-  return isUnsupported(errno) ? linkThenUnlink(folder, from, to) : errno;
+int renameWithoutReplacing(Place from, Place to) {
+  if (::renameat2(from.folder, from.name, to.folder, to.name, RENAME_NOREPLACE) == 0) return 0;
+  return isUnsupported(errno) ? linkThenUnlink(from, to) : errno;
 }
 
 #endif

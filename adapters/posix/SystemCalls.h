@@ -4,7 +4,6 @@
 
 #include <array>
 #include <spawn.h>
-#include <string>
 
 namespace wicket::posix {
 
@@ -17,7 +16,13 @@ namespace wicket::posix {
 /// be called after the actions that place those three.
 [[nodiscard]] int closeOtherDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t& attributes);
 
-/// Renames @p from to @p to inside @p folder, atomically; EEXIST when something stands at @p to.
-[[nodiscard]] int renameWithoutReplacing(int folder, const std::string& from, const std::string& to);
+/// A name in an open folder.
+struct Place {
+  int folder;
+  const char* name;
+};
+
+/// Renames @p from to @p to, both on one file system, atomically; EEXIST when something stands at @p to.
+[[nodiscard]] int renameWithoutReplacing(Place from, Place to);
 
 }  // namespace wicket::posix

@@ -14,6 +14,9 @@ namespace wicket::codesign::command {
 struct Context {
   Output& output;
   PrivateKey::AskForSecret askForSecret{};
+  /// The environment variable SOURCE_DATE_EPOCH: the moment, in seconds since 1970, that reproducible builds are
+  /// to name in place of the present one.
+  std::optional<std::string> sourceDateEpoch{};
 };
 
 struct SignOptions {

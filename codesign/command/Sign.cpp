@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <charconv>
 #include <utility>
 
 #include "codesign/CodeDirectory.h"
@@ -33,9 +34,24 @@ std::expected<SigningRequest, Problem> requestFrom(const SignOptions& options) {
   return request;
 }
 
+/// Until the end of 2049, which is as far as a certificate's short form of dates goes.
+std::expected<std::optional<std::time_t>, Problem> momentFrom(const std::optional<std::string>& epoch) {
+  constexpr std::time_t end = 2524608000;
+  if (!epoch) return std::nullopt;
+  std::time_t moment = -1;
+  const char* const behind = epoch->data() + epoch->size();
+  const auto [stop, error] = std::from_chars(epoch->data(), behind, moment);
+  if (error == std::errc() && stop == behind && moment >= 0 && moment < end) return moment;
+  return std::unexpected(Problem{"SOURCE_DATE_EPOCH is " + jsonString(*epoch) + ", which is no moment",
+                                 "Set it to seconds since 1970, or unset it"});
+}
+
 std::expected<void, Problem> signFile(const Context& context, const SignOptions& options) {
-  const auto request = requestFrom(options);
+  auto request = requestFrom(options);
   if (!request) return std::unexpected(request.error());
+  const auto moment = momentFrom(context.sourceDateEpoch);
+  if (!moment) return std::unexpected(moment.error());
+  request->moment = *moment;
   const auto identity = SigningIdentity::load(options.key, options.certificateFile, context.askForSecret);
   if (!identity) return std::unexpected(Problem{identity.error(), "Check --key and --certificate"});
   if (const auto problem = identity->problemNow()) {

@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 
@@ -16,6 +17,7 @@ namespace command = wicket::codesign::command;
 int runProgram(int count, char** words) {
   command::Output output(std::cout, std::cerr);
   command::Context context{output, command::askOnTerminal};
+  if (const char* epoch = std::getenv("SOURCE_DATE_EPOCH")) context.sourceDateEpoch = epoch;
   const int status = command::runCommandLine({words + (count > 0 ? 1 : 0), words + count}, context);
   if (!output.hasFailed()) return status;
   output.printProblem({"Standard output could not be written", "Check the disk that it goes to"});

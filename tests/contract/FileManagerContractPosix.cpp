@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -13,6 +14,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -70,6 +72,44 @@ TEST_F(FileManagerContractPosix, WithOwnerWriteTheModeIsSetBeforeTheOwnerAndOthe
   }
   EXPECT_EQ(world_.attributes(world_.at("writable"))->permissions, 0755U);
   EXPECT_EQ(world_.attributes(world_.at("read only"))->permissions, 0600U);
+}
+
+/// A process that copies until it is killed.
+pid_t startCopying(FileManager& files, const std::string& source, const std::string& destination) {
+  const pid_t process = ::fork();
+  if (process != 0) return process;
+  static_cast<void>(files.copyItem(source, destination));
+  ::_exit(0);
+}
+
+bool holdsBytes(const std::string& folder) {
+  // Entries may go away under the eyes of whoever looks.
+  std::error_code gone;
+  const std::filesystem::recursive_directory_iterator end;
+  for (std::filesystem::recursive_directory_iterator entry(folder, gone); !gone && entry != end;
+       entry.increment(gone)) {
+    if (entry->is_regular_file(gone) && entry->file_size(gone) > 0 && !gone) return true;
+  }
+  return false;
+}
+
+TEST_F(FileManagerContractPosix, ACopyThatIsKilledLeavesNoHalfFileThatANameInTheFolderReaches) {
+  const std::string source = world_.at("source");
+  world_.addFile(source, "");
+  constexpr off_t size = off_t{512} * 1024 * 1024;
+  ASSERT_EQ(::truncate(source.c_str(), size), 0);
+  world_.addDirectory(world_.at("folder"));
+  const pid_t process = startCopying(files_, source, world_.at("folder") + "/copy");
+  ASSERT_GT(process, 0);
+  while (!holdsBytes(world_.at("folder"))) std::this_thread::yield();
+  ASSERT_EQ(::kill(process, SIGKILL), 0);
+  int status = 0;
+  ASSERT_EQ(::waitpid(process, &status, 0), process);
+  ASSERT_TRUE(WIFSIGNALED(status)) << "the copy was faster than the test";
+  for (const std::string& name : world_.entries(world_.at("folder"))) {
+    EXPECT_EQ(world_.kind(world_.at("folder") + "/" + name), ItemKind::directory) << name;
+    EXPECT_EQ(world_.attributes(world_.at("folder") + "/" + name)->permissions, 0700U) << name;
+  }
 }
 
 TEST_F(FileManagerContractPosix, AttributesIncludeOwnerAndGroup) {

@@ -29,7 +29,7 @@ class CodesignCommandTest : public SignedFiles {
     std::ostringstream out;
     std::ostringstream err;
     Output output(out, err);
-    Context context{output, [this](const std::string&) { return secret_; }};
+    Context context{output, [this](const std::string&) { return secret_; }, sourceDateEpoch_};
     const int status = runCommandLine(std::move(words), context);
     return {status, out.str(), err.str()};
   }
@@ -65,6 +65,7 @@ class CodesignCommandTest : public SignedFiles {
   }
 
   std::optional<std::string> secret_;
+  std::optional<std::string> sourceDateEpoch_;
 };
 
 TEST_F(CodesignCommandTest, ASignedFileIsValid) {
@@ -74,6 +75,49 @@ TEST_F(CodesignCommandTest, ASignedFileIsValid) {
   const Result verifying = run(verifyWords());
   EXPECT_EQ(verifying.status, 0) << verifying.err;
   EXPECT_EQ(verifying.out + verifying.err, "");
+}
+
+/// With an identity whose key signs the same bytes in the same way each time.
+class ReproducibleSigningTest : public CodesignCommandTest {
+ protected:
+  void SetUp() override {
+    CodesignCommandTest::SetUp();
+    const Program making = Program::run({WICKET_MAKE_IDENTITY, "--rsa", pathOf("identity"), "Name", "TEAM"});
+    ASSERT_EQ(making.status, 0) << making.output;
+  }
+  [[nodiscard]] Result sign() const {
+    return run({"sign", "--key", pathOf("identity/leaf.key"), "--certificate", pathOf("identity/chain.pem"),
+                "--identifier", "net.orvane.Wicket", pathOf("program")});
+  }
+  [[nodiscard]] std::string signedAt(const char* moment) {
+    sourceDateEpoch_ = moment;
+    const Result result = sign();
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(run({"verify", "--anchor", pathOf("identity/root.pem"), pathOf("program")}).status, 0);
+    return contentOf(pathOf("program"));
+  }
+};
+
+TEST_F(ReproducibleSigningTest, TheSameMomentGivesTheSameBytesAndAnotherOneGivesOthers) {
+  const std::string first = signedAt("1000000000");
+  EXPECT_NE(signedAt("1000000001"), first);
+  EXPECT_EQ(signedAt("1000000000"), first);
+  EXPECT_NE(first.find("010909014640Z"), std::string::npos);
+}
+
+TEST_F(ReproducibleSigningTest, WithoutAMomentThePresentOneIsNamed) {
+  ASSERT_EQ(sign().status, 0);
+  EXPECT_EQ(contentOf(pathOf("program")).find("010909014640Z"), std::string::npos);
+}
+
+TEST_F(ReproducibleSigningTest, AMomentThatIsNoneEndsWith1AndLeavesTheFileAsItWas) {
+  for (const char* moment : {"", "yesterday", "-1", "1.5", "12 ", "2524608000", "99999999999999999999"}) {
+    sourceDateEpoch_ = moment;
+    const Result result = sign();
+    EXPECT_EQ(result.status, 1) << moment;
+    expectOneProblem(result, "SOURCE_DATE_EPOCH");
+    EXPECT_EQ(contentOf(pathOf("program")), script);
+  }
 }
 
 TEST_F(CodesignCommandTest, AnInvalidSignatureEndsWith1AndTheReason) {

@@ -1,0 +1,43 @@
+# SPDX-License-Identifier: MIT
+# SPDX-FileCopyrightText: 2026 the Wicket helper authors
+"""The helper removes itself, in the same way however it was installed."""
+
+from helper import EXECUTABLE, FOLDER, JOB, SERVICE, SOCKET, SOCKET_PATH, allow_installations, helper_process, show
+
+COUNT = "#!/bin/bash\nfor i in {1..600}; do echo $i >/run/count; sleep 0.1; done\n"
+
+
+def start_a_script_that_counts(machine, terminal):
+    user = terminal.user
+    allow_installations(machine, user)
+    machine.write(f"/home/{user}/count-on.sh", COUNT, owner=user)
+    assert terminal.run("wicket install count-on.sh").status == 0
+    allow_installations(machine, None)
+    terminal.start("wicket run count-on.sh")
+    machine.eventually(lambda: machine.output("cat", "/run/count", check=False), "the script counts")
+
+
+def counts_on(machine):
+    number = machine.output("cat", "/run/count")
+    return machine.eventually(lambda: machine.output("cat", "/run/count") != number, "the script counted on")
+
+
+def stop_the_script(machine, terminal):
+    """The connection of whoever watched it was cut with the helper."""
+    assert terminal.finish().status == 124
+    machine.shell("for each in /proc/[0-9]*; do [[ $(tr '\\0' ' ' <$each/cmdline) == *count-on.sh* ]] || continue; "
+                  "kill ${each#/proc/}; done 2>/dev/null; rm -f /run/count", check=False)
+
+
+def expect_the_helper_gone(machine):
+    machine.eventually(lambda: not machine.exists(EXECUTABLE), "the executable is gone")
+    assert helper_process(machine) == 0
+    for unit in (SOCKET, SERVICE):
+        assert show(machine, unit, "ActiveState") in ("inactive", "failed"), unit
+        assert show(machine, unit, "UnitFileState") in ("disabled", "static", ""), unit
+    assert machine.run("test", "-e", SOCKET_PATH, check=False).returncode == 1
+    assert machine.shell(f"find /etc/systemd -name '{JOB}*'") == ""
+
+
+def expect_installed_scripts(machine, expected):
+    assert machine.exists(FOLDER) == expected

@@ -1,0 +1,204 @@
+# SPDX-License-Identifier: MIT
+# SPDX-FileCopyrightText: 2026 the Wicket helper authors
+"""What goes wrong on real machines, and what users then read."""
+
+import time
+
+import pytest
+from conftest import PASSWORDS
+from helper import (FOLDER, JOB, SERVICE, SOCKET, VERSION, allow_installations, helper_process, is_listening,
+                    kill_helper, own_entries, show, starts)
+
+DROP_IN = f"/etc/systemd/system/{SERVICE}.d"
+
+
+@pytest.fixture
+def drop_in(machine):
+    """Sets lines of the service's section until the test has ended."""
+
+    def set_lines(lines):
+        machine.write(f"{DROP_IN}/test.conf", "[Service]\n" + lines)
+        machine.run("systemctl", "daemon-reload")
+        if helper_process(machine) != 0:
+            kill_helper(machine)
+
+    yield set_lines
+    machine.run("rm", "--recursive", "--force", DROP_IN)
+    machine.run("systemctl", "daemon-reload")
+    if helper_process(machine) != 0:
+        kill_helper(machine)
+
+
+@pytest.fixture
+def unasked(machine):
+    allow_installations(machine, "alice")
+    yield
+    allow_installations(machine, None)
+
+
+def is_answered(terminal):
+    return terminal.run("wicket version").text == VERSION + "\n"
+
+
+def test_a_helper_that_is_killed_while_the_password_is_asked_installs_nothing(machine, alice):
+    alice.start("wicket install report.sh --name half.sh")
+    alice.expect("Password: ")
+    kill_helper(machine)
+    result = alice.finish()
+    assert result.status == 125
+    assert "The helper cut the connection before it answered" in result.text
+    assert not machine.exists(f"{FOLDER}/half.sh")
+    assert is_answered(alice)
+
+
+def test_a_helper_that_is_killed_while_it_copies_leaves_nothing_that_runs(machine, alice, unasked):
+    """A whole copy or none, under any name that can be run."""
+    machine.shell("{ printf '#!/bin/bash\necho half-run; exit 0\n'; head -c 64M /dev/zero | tr '\\0' '#'; } "
+                  ">/home/alice/large.sh")
+    partial = 0
+    for delay in (0, 0, 0.005, 0.01, 0.02):
+        assert is_answered(alice)
+        helper = helper_process(machine)
+        alice.start("wicket install large.sh")
+        machine.shell(f"until compgen -G '{FOLDER}/.wicket*' >/dev/null; do kill -0 {helper}; done; "
+                      f"sleep {delay}; kill -KILL {helper}")
+        alice.finish()
+        partial += count_partial_copies(machine, "/home/alice/large.sh", f"{FOLDER}/large.sh")
+        machine.shell(f"rm -rf {FOLDER}/large.sh {FOLDER}/.wicket*")
+    assert partial > 0, "the helper was never killed in the middle of the copy"
+    assert is_answered(alice)
+    machine.run("rm", "/home/alice/large.sh")
+
+
+def count_partial_copies(machine, source, destination):
+    """Fails the test for one whose name \"wicket run\" takes: names of files in the folder itself."""
+    size = machine.output("stat", "--format=%s", source)
+    count = 0
+    for line in machine.output("find", FOLDER, "-type", "f", "-path", "*large.sh", "-printf", "%s %p\n", "-o",
+                               "-path", "*/.wicket*", "-type", "f", "-printf", "%s %p\n").splitlines():
+        length, path = line.split()
+        if length == size and path == destination:
+            continue
+        count += 1
+        assert path.count("/") > FOLDER.count("/") + 1, f"{path} has {length} of {size} bytes and can be run"
+    return count
+
+
+def test_a_helper_that_is_killed_during_a_run_is_started_again_by_the_next_call(machine, alice, bob):
+    alice.start("wicket run report.sh")
+    alice.expect("one\r\n")
+    kill_helper(machine)
+    result = alice.finish()
+    assert result.status == 124
+    assert "cut the connection" in result.text
+    assert is_answered(bob)
+
+
+def test_a_helper_that_dies_again_and_again_is_started_again_and_again(machine, bob):
+    for _ in range(25):
+        assert is_answered(bob)
+        kill_helper(machine)
+    assert is_answered(bob)
+    assert is_listening(machine)
+
+
+def test_a_client_waits_for_a_helper_that_cannot_start_and_is_served_once_it_can(machine, bob, drop_in):
+    drop_in("ExecStart=\nExecStart=/bin/false\n")
+    bob.start("wicket version")
+    # Long enough for each of systemd's limits to be reached.
+    time.sleep(8)
+    assert is_listening(machine)
+    machine.run("rm", f"{DROP_IN}/test.conf")
+    machine.run("systemctl", "daemon-reload")
+    result = bob.finish()
+    assert (result.status, result.text) == (0, VERSION + "\n")
+
+
+def test_a_flood_of_commands_pauses_nothing_for_good(machine, bob):
+    script = "for i in {1..40}; do for j in {1..8}; do wicket version & done; wait; done | sort | uniq -c"
+    result = bob.run(script + " 2>&1", timeout=120)
+    assert result.lines[-1].split() == ["320", VERSION], result.text
+    assert show(machine, SOCKET, "ActiveState") == "active"
+    assert is_answered(bob)
+
+
+def test_without_polkit_nothing_is_installed_and_scripts_still_run(machine, alice):
+    machine.run("systemctl", "mask", "--runtime", "--now", "polkit")
+    try:
+        result = alice.run("wicket install report.sh --name refused.sh", timeout=60)
+        assert result.status == 1
+        assert result.lines[-1] == ("wicket: Nothing was installed, because the authorization could not be checked "
+                                    "(code 156). Check that polkit runs, with: systemctl status polkit.")
+        assert not machine.exists(f"{FOLDER}/refused.sh")
+        assert alice.run("wicket run report.sh").status == 7
+    finally:
+        machine.run("systemctl", "unmask", "--runtime", "polkit")
+
+
+def test_where_polkit_is_not_installed_the_doctor_says_so(machine, alice):
+    machine.run("systemctl", "stop", "polkit")
+    hidden = ["/usr/share/dbus-1/system-services/org.freedesktop.PolicyKit1.service", "/usr/bin/pkttyagent"]
+    for path in hidden:
+        machine.run("mv", path, path + ".hidden")
+    machine.run("systemctl", "mask", "--runtime", "polkit")
+    machine.run("systemctl", "reload", "dbus")
+    try:
+        result = alice.run("wicket doctor")
+        assert result.status == 1
+        assert "polkit is not there, so nobody can agree to an installation" in result.text
+        assert "Install the package polkitd" in result.text
+        assert alice.run("wicket install report.sh --name refused.sh").status == 1
+        assert not machine.exists(f"{FOLDER}/refused.sh")
+    finally:
+        for path in hidden:
+            machine.run("mv", path + ".hidden", path)
+        machine.run("systemctl", "unmask", "--runtime", "polkit")
+        machine.run("systemctl", "reload", "dbus")
+    alice.start("wicket install report.sh")
+    alice.expect("Password: ")
+    alice.type(PASSWORDS["alice"])
+    assert alice.finish().status == 0
+
+
+def test_without_the_group_the_doctor_says_what_to_do_and_that_helps(machine, bob):
+    machine.run("groupdel", "wicket")
+    kill_helper(machine)
+    result = bob.run("wicket version")
+    assert result.status == 125
+    assert "wicket doctor" in result.text or "may not connect" in result.text
+    report = bob.run("wicket doctor")
+    assert report.status == 1
+    assert "There is no group wicket" in report.text
+    assert "As root: systemd-sysusers" in report.text
+    machine.run("systemd-sysusers")
+    machine.shell("chown root:wicket /usr/bin/wicket && chmod 2755 /usr/bin/wicket")
+    machine.run("systemctl", "restart", SOCKET)
+    assert bob.run("wicket doctor").status == 0
+
+
+def test_a_stopped_socket_is_explained(machine, bob):
+    machine.run("systemctl", "stop", SOCKET)
+    result = bob.run("wicket version")
+    assert result.status == 125
+    assert "The helper is not installed: there is no socket" in result.text
+    report = bob.run("wicket doctor")
+    assert report.status == 1
+    assert f"As root: systemctl enable --now {SOCKET}" in report.text
+    machine.run("systemctl", "enable", "--now", SOCKET)
+    assert bob.run("wicket doctor").status == 0
+
+
+def test_on_a_kernel_before_6_5_the_helper_works_with_what_there_is(machine, alice, drop_in, request):
+    machine.copy_in(request.config.getoption("--older-kernel"), "/root/older-kernel")
+    drop_in(f"ExecStart=\nExecStart=/root/older-kernel /usr/libexec/{JOB}\n")
+    assert is_answered(alice)
+    assert alice.run("wicket run report.sh").status == 7
+    machine.run("rm", "/root/older-kernel")
+
+
+def test_the_journal_has_one_line_for_each_start_and_nothing_else(machine):
+    entries = [entry for entry in own_entries(machine) if "there is no group" not in entry["MESSAGE"]]
+    assert {(entry["MESSAGE"], entry["PRIORITY"]) for entry in entries} == {
+        ("TlvPrivilegedHelper was initialized... - ", "2")}
+    assert len({entry["_PID"] for entry in entries}) == len(entries)
+    assert 25 < len(entries) <= len(starts(machine))

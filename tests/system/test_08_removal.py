@@ -1,0 +1,113 @@
+# SPDX-License-Identifier: MIT
+# SPDX-FileCopyrightText: 2026 the Wicket helper authors
+"""The helper removes itself, apt removes the packages, and nothing is left."""
+
+from helper import FOLDER, SOCKET, VERSION, helper_process, is_listening, show
+from removal import (counts_on, expect_installed_scripts, expect_the_helper_gone, start_a_script_that_counts,
+                     stop_the_script)
+from snapshot import difference, snapshot
+from test_01_package import install
+
+
+def names(packages):
+    return [package.name.split("_")[0] for package in packages]
+
+
+def apt(machine, *words):
+    return machine.run("apt-get", "--yes", *words, timeout=120)
+
+
+def test_uninstalling_asks_first(machine, bob):
+    bob.start("wicket uninstall")
+    bob.expect("Remove the helper from this machine? [y/N] ")
+    bob.type("n")
+    result = bob.finish()
+    assert result.status == 1
+    assert result.lines[-1] == "Nothing was removed."
+    assert is_listening(machine)
+
+
+def test_the_helper_removes_itself_and_leaves_scripts_alone(machine, alice, bob):
+    start_a_script_that_counts(machine, alice)
+    result = bob.run("wicket uninstall --yes")
+    assert (result.status, result.text) == (0, "The helper is removing itself; the installed scripts stay.\n")
+    expect_the_helper_gone(machine)
+    assert counts_on(machine), "another user's script was ended"
+    stop_the_script(machine, alice)
+    expect_installed_scripts(machine, True)
+
+
+def test_then_the_command_says_what_is_missing(bob):
+    result = bob.run("wicket version")
+    assert result.status == 125
+    assert "The helper is not installed" in result.text
+    report = bob.run("wicket doctor")
+    assert report.status == 1
+    assert "The helper is not installed" in report.text
+
+
+def test_a_reboot_does_not_bring_it_back(machine, terminals):
+    terminals.close()
+    machine.reboot()
+    assert show(machine, SOCKET, "ActiveState") == "inactive"
+    assert machine.output("systemctl", "is-system-running", check=False) == "running"
+
+
+def test_apt_removes_what_is_left_and_purges_it(machine, packages):
+    apt(machine, "remove", *names(packages))
+    assert machine.exists(FOLDER), "removing the package is no reason to lose scripts"
+    apt(machine, "purge", *names(packages))
+    assert difference(machine.before, snapshot(machine)) == []
+
+
+def test_the_packages_are_installed_again_as_if_for_the_first_time(machine, packages, bob):
+    install(machine, packages)
+    assert is_listening(machine)
+    assert bob.run("wicket version").text == VERSION + "\n"
+    assert bob.run("wicket doctor").status == 0
+
+
+def test_installing_the_same_packages_again_brings_a_removed_helper_back(machine, packages, bob):
+    assert bob.run("wicket uninstall --yes").status == 0
+    expect_the_helper_gone(machine)
+    paths = [f"/root/{package.name}" for package in packages]
+    apt(machine, "install", "--reinstall", *paths)
+    assert is_listening(machine)
+    assert bob.run("wicket version").text == VERSION + "\n"
+
+
+def test_with_all_the_helper_removes_the_scripts_too(machine, alice, bob):
+    start_a_script_that_counts(machine, alice)
+    result = bob.run("wicket uninstall --all --yes")
+    assert result.status == 0
+    assert result.lines[-1] == "All scripts are removed; the helper is removing itself."
+    expect_the_helper_gone(machine)
+    expect_installed_scripts(machine, False)
+    assert counts_on(machine), "another user's script was ended"
+    stop_the_script(machine, alice)
+
+
+def test_apt_purges_what_is_left_of_that(machine, packages):
+    apt(machine, "purge", *names(packages))
+    assert difference(machine.before, snapshot(machine)) == []
+
+
+def test_removing_the_package_disturbs_no_script(machine, packages, alice):
+    install(machine, packages)
+    start_a_script_that_counts(machine, alice)
+    apt(machine, "remove", *names(packages))
+    assert helper_process(machine) == 0
+    assert counts_on(machine), "a user's script was ended"
+    stop_the_script(machine, alice)
+
+
+def test_removed_and_installed_again_the_scripts_are_still_there(machine, packages, alice):
+    install(machine, packages)
+    assert "count-on.sh" in alice.run("wicket list").text
+
+
+def test_purging_an_installation_in_use_leaves_nothing(machine, packages, alice, bob):
+    assert bob.run("wicket version").text == VERSION + "\n"
+    apt(machine, "purge", *names(packages))
+    assert difference(machine.before, snapshot(machine)) == []
+    assert alice.run("wicket version").status == 127
