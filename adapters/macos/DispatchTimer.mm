@@ -40,11 +40,10 @@ void DispatchTimer::cancel() {
 // client that is not cut in time must not stay.
 void DispatchTimer::fire() noexcept {
   std::function<void()> handler;
-  dispatch_source_t fired = nil;
   {
     const std::scoped_lock lock(mutex_);
     handler.swap(handler_);
-    fired = std::exchange(source_, nil);
+    source_ = nil;
   }
   if (handler) handler();
 }

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,8 +33,8 @@ std::optional<std::vector<std::string>> utf8Texts(NSArray* array) {
 
 Helper::AuthorizationData copiedBytes(NSData* data) {
   if (data == nil) return std::nullopt;
-  const std::span bytes(static_cast<const std::byte*>(data.bytes), data.length);
-  return std::vector(bytes.begin(), bytes.end());
+  const auto* first = static_cast<const std::byte*>(data.bytes);
+  return std::vector(first, first + data.length);
 }
 
 Helper::VersionCompletion versionCompletion(void (^block)(NSString*), ServedCalls::Call call) {

@@ -20,4 +20,8 @@ namespace wicket::posix {
 /// Renames @p from to @p to inside @p folder, atomically; EEXIST when something stands at @p to.
 [[nodiscard]] int renameWithoutReplacing(int folder, const std::string& from, const std::string& to);
 
+/// Returns once what was written to @p file, or into that folder, is on the disk and not merely in its cache. A file
+/// system that has no way to do it is no error.
+[[nodiscard]] int syncToDisk(int file);
+
 }  // namespace wicket::posix
