@@ -25,7 +25,7 @@ using wicket::macos_adapter::XpcConnection;
 }
 
 // Nothing thrown reaches XPC: a client that cannot be looked at is refused.
-- (BOOL)listener:(NSXPCListener*)__unused listener shouldAcceptNewConnection:(NSXPCConnection*)connection {
+- (BOOL)listener:(NSXPCListener*)listener shouldAcceptNewConnection:(NSXPCConnection*)connection {
   try {
     if (!_delegate->shouldAcceptNewConnection(std::make_shared<XpcConnection>(connection, _calls))) return NO;
     _calls->clientWasAccepted();
