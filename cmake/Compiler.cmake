@@ -3,7 +3,9 @@ target_compile_options(wicket_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -Wold-style-cast -Wcast-align -Woverloaded-virtual -Wnull-dereference -Wformat=2 -Wimplicit-fallthrough
   -fstack-protector-strong -fno-strict-aliasing)
-target_link_options(wicket_options INTERFACE -Wl,-z,relro,-z,now)
+if(NOT APPLE)
+  target_link_options(wicket_options INTERFACE -Wl,-z,relro,-z,now)
+endif()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 set(WICKET_SANITIZERS "" CACHE STRING "Value for -fsanitize=, e.g. address,undefined or thread")

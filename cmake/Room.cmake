@@ -13,7 +13,8 @@ endif()
 # sources in its folder. A room without sources is an interface of headers.
 function(wicket_room NAME)
   cmake_parse_arguments(ROOM "" "" "ROOMS;LIBRARIES" ${ARGN})
-  file(GLOB SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  file(GLOB SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp
+       ${CMAKE_CURRENT_SOURCE_DIR}/*.mm)
   list(FILTER SOURCES EXCLUDE REGEX "/main\\.cpp$")
   list(TRANSFORM ROOM_ROOMS PREPEND wicket_)
   if(SOURCES)

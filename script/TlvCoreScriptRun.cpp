@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include <latch>
+#include <future>
 #include <mutex>
 
 #include "script/ScriptArguments.h"
@@ -14,9 +14,10 @@ struct TlvCoreScript::Run {
   explicit Run(Completion callback) : completion(std::move(callback)) {}
 
   const Completion completion;
-  /// Opens after the synchronous report. A child may have ended by then, but its caller takes the
-  /// first report for the answer, so the later one waits here.
-  std::latch synchronousReport{1};
+  /// Set after the synchronous report. A child may have ended by then, but its caller takes the
+  /// first report for the answer, so the later one waits for this.
+  std::promise<void> synchronousReport;
+  const std::shared_future<void> wasReported = synchronousReport.get_future().share();
 };
 
 bool TlvCoreScript::execute() {
@@ -54,7 +55,7 @@ void TlvCoreScript::execute(const Completion& completion) {
     return;
   }
   report(waitForCompletion() ? (*child)->waitUntilExit() : 0, completion);
-  run->synchronousReport.count_down();
+  run->synchronousReport.set_value();
 }
 
 /// None when a Python script's path has gone since its extension was read.
@@ -80,7 +81,7 @@ ChildProcessTask TlvCoreScript::makeTask(const std::string& tool, StringList arg
           .onStandardOutput = logOutput,
           .onStandardError = logOutput,
           .onTermination = [self, run](int status) {
-            run->synchronousReport.wait();
+            run->wasReported.wait();
             self->report(status, run->completion);
           }};
 }

@@ -51,8 +51,11 @@ class SpawnSettings {
   void setUpProcess() {
     sigset_t none;
     sigset_t all;
-    ::sigemptyset(&none);
-    ::sigfillset(&all);
+    sigemptyset(&none);  // macros on some systems
+    sigfillset(&all);
+    // Nothing can change what these do, and not every system accepts being asked to.
+    sigdelset(&all, SIGKILL);
+    sigdelset(&all, SIGSTOP);
     keep(::posix_spawnattr_setpgroup(&attributes_, 0));
     keep(::posix_spawnattr_setsigmask(&attributes_, &none));
     keep(::posix_spawnattr_setsigdefault(&attributes_, &all));

@@ -141,9 +141,8 @@ Result copyContent(int source, int destination) {
   }
 }
 
-Result syncFolder(int folder) {
-  // Some file systems cannot sync a folder and say EINVAL; there is nothing more to do on them.
-  if (::fsync(folder) != 0 && errno != EINVAL) return lastError();
+Result sync(int file) {
+  if (const int error = syncToDisk(file); error != 0) return failure(error);
   return {};
 }
 
@@ -160,9 +159,9 @@ FileManager::Result copyFile(const std::string& source, const std::string& desti
   if (auto result = copy.create(); !result) return result;
   if (auto result = copyContent(file->descriptor.get(), copy.descriptor()); !result) return result;
   if (::fchmod(copy.descriptor(), file->status.st_mode & copiedPermissions) != 0) return lastError();
-  if (::fsync(copy.descriptor()) != 0) return lastError();
+  if (auto result = sync(copy.descriptor()); !result) return result;
   if (auto result = copy.renameTo(entry->name); !result) return result;
-  if (auto result = syncFolder(entry->folder.get()); !result) {
+  if (auto result = sync(entry->folder.get()); !result) {
     ::unlinkat(entry->folder.get(), entry->name.c_str(), 0);
     return result;
   }

@@ -29,7 +29,7 @@ class AllSignalsBlocked {
  public:
   AllSignalsBlocked() {
     sigset_t all;
-    ::sigfillset(&all);
+    sigfillset(&all);  // a macro on some systems
     ::pthread_sigmask(SIG_SETMASK, &all, &before_);
   }
   AllSignalsBlocked(const AllSignalsBlocked&) = delete;

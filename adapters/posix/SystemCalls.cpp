@@ -16,6 +16,9 @@ int linkThenUnlink(Place from, Place to) {
   return ::unlinkat(from.folder, from.name, 0) == 0 ? 0 : errno;
 }
 
+// Some file systems cannot sync a folder and say EINVAL; there is nothing more to do on them.
+int syncToDevice(int file) { return ::fsync(file) == 0 || errno == EINVAL ? 0 : errno; }
+
 bool isUnsupported(int error) { return error == EINVAL || error == ENOSYS || error == ENOTSUP; }
 
 }  // namespace
@@ -45,6 +48,12 @@ int renameWithoutReplacing(Place from, Place to) {
   return isUnsupported(errno) ? linkThenUnlink(from, to) : errno;
 }
 
+int syncToDisk(int file) {
+  // fsync leaves the data in the disk's own cache. File systems of other makers may know only that.
+  if (::fcntl(file, F_FULLFSYNC) == 0) return 0;
+  return syncToDevice(file);
+}
+
 #else
 
 int makePipe(std::array<int, 2>& ends) { return ::pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno; }
@@ -57,6 +66,8 @@ int renameWithoutReplacing(Place from, Place to) {
   if (::renameat2(from.folder, from.name, to.folder, to.name, RENAME_NOREPLACE) == 0) return 0;
   return isUnsupported(errno) ? linkThenUnlink(from, to) : errno;
 }
+
+int syncToDisk(int file) { return syncToDevice(file); }
 
 #endif
 

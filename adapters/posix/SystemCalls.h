@@ -25,4 +25,8 @@ struct Place {
 /// Renames @p from to @p to, both on one file system, atomically; EEXIST when something stands at @p to.
 [[nodiscard]] int renameWithoutReplacing(Place from, Place to);
 
+/// Returns once what was written to @p file, or into that folder, is on the disk and not merely in its cache. A file
+/// system that has no way to do it is no error.
+[[nodiscard]] int syncToDisk(int file);
+
 }  // namespace wicket::posix
