@@ -1,6 +1,8 @@
-# A sanitized program is built to be tested once, and most of its build is reading the standard library: that is
-# read once for all rooms. The other presets do without, so that a header that a source forgot to include is missed.
-if(WICKET_SANITIZERS)
+# Much of a build is reading the standard library: where tests are built, it is read once for all rooms. What is
+# shipped is built without, so that a header which a source forgot to include is missed there.
+set(WICKET_READS_HEADERS_ONCE OFF)
+if(WICKET_BUILD_TESTS AND NOT CMAKE_SYSTEM_NAME STREQUAL "Darwin")
+  set(WICKET_READS_HEADERS_ONCE ON)
   file(WRITE ${CMAKE_BINARY_DIR}/CommonHeaders.cpp "")
   add_library(wicket_common_headers STATIC ${CMAKE_BINARY_DIR}/CommonHeaders.cpp)
   target_link_libraries(wicket_common_headers PRIVATE wicket_options Threads::Threads)
@@ -21,7 +23,7 @@ function(wicket_room NAME)
     add_library(wicket_${NAME} STATIC ${SOURCES})
     set(SCOPE PUBLIC)
     target_link_libraries(wicket_${NAME} PRIVATE wicket_options)
-    if(WICKET_SANITIZERS)
+    if(WICKET_READS_HEADERS_ONCE)
       target_precompile_headers(wicket_${NAME} REUSE_FROM wicket_common_headers)
     endif()
   else()
