@@ -124,8 +124,8 @@ class Machine:
 
     def entry(self):
         """The words of a command line that goes before a command to run it inside, as root."""
-        return ["nsenter", f"--target={self._leader}", "--all", "--root", "--wd", "--", "env", "-i", f"PATH={PATH}", "LC_ALL=C.UTF-8",
-                "TERM=dumb", "DEBIAN_FRONTEND=noninteractive"]
+        return ["nsenter", f"--target={self._leader}", "--all", "--root", "--wd", "--", "env", "-i",
+                f"PATH={PATH}", "LC_ALL=C.UTF-8", "TERM=dumb", "DEBIAN_FRONTEND=noninteractive"]
 
     def run(self, *command, check=True, timeout=60, **options):
         """As root. A status other than 0 is a failed test, with what the command said, unless check is False."""
