@@ -27,14 +27,15 @@ class CannotBoot(Exception):
 class Machine:
     """One tree under a writable layer; booted or not."""
 
-    def __init__(self, name, lower):
+    def __init__(self, name, lower, run):
+        """The number run tells the machines of several runs apart, which see each other's cgroups."""
         self.name = name
         self.folder = Path("/run/wicket-system") / name
         self.root = self.folder / "root"
         self.console = self.folder / "console"
         self._container = None
         self._leader = None
-        self._cgroup = _own_cgroup() / f"wicket-system-{name}-{os.getpid()}"
+        self._cgroup = _own_cgroup() / f"wicket-system-{run}-{name}"
         self._lay_over(lower)
 
     def _lay_over(self, lower):
