@@ -19,6 +19,7 @@ def pytest_addoption(parser):
     group = parser.getgroup("system")
     group.addoption("--release", help="the Debian release")
     group.addoption("--tree", help="the folder of its tree, which stays as it is")
+    group.addoption("--run", help="the number of this run")
     group.addoption("--packages", help="the folder of the packages under test")
     group.addoption("--plain", help="the folder of an installation without packages")
     group.addoption("--older-kernel", help="the program that makes the kernel look older to another one")
@@ -40,8 +41,9 @@ def pytest_configure():
 
 
 def new_machine(request, name=None):
-    release = request.config.getoption("--release")
-    return Machine(name or release, request.config.getoption("--tree"))
+    """A machine of this release, not booted yet."""
+    option = request.config.getoption
+    return Machine(name or option("--release"), option("--tree"), option("--run"))
 
 
 @pytest.fixture(scope="session")

@@ -27,14 +27,15 @@ class CannotBoot(Exception):
 class Machine:
     """One tree under a writable layer; booted or not."""
 
-    def __init__(self, name, lower):
+    def __init__(self, name, lower, run):
+        """The number run tells the machines of several runs apart, which see each other's cgroups."""
         self.name = name
         self.folder = Path("/run/wicket-system") / name
         self.root = self.folder / "root"
         self.console = self.folder / "console"
         self._container = None
         self._leader = None
-        self._cgroup = _own_cgroup() / f"wicket-system-{name}-{os.getpid()}"
+        self._cgroup = _own_cgroup() / f"wicket-system-{run}-{name}"
         self._lay_over(lower)
 
     def _lay_over(self, lower):
@@ -124,8 +125,8 @@ class Machine:
 
     def entry(self):
         """The words of a command line that goes before a command to run it inside, as root."""
-        return ["nsenter", f"--target={self._leader}", "--all", "--root", "--wd", "--", "env", "-i", f"PATH={PATH}", "LC_ALL=C.UTF-8",
-                "TERM=dumb", "DEBIAN_FRONTEND=noninteractive"]
+        return ["nsenter", f"--target={self._leader}", "--all", "--root", "--wd", "--", "env", "-i",
+                f"PATH={PATH}", "LC_ALL=C.UTF-8", "TERM=dumb", "DEBIAN_FRONTEND=noninteractive"]
 
     def run(self, *command, check=True, timeout=60, **options):
         """As root. A status other than 0 is a failed test, with what the command said, unless check is False."""

@@ -4,7 +4,6 @@
 
 import re
 import subprocess
-from pathlib import Path
 
 from helper import SOCKET, VERSION, allow_installations, helper_process, is_listening, show
 from test_01_package import install

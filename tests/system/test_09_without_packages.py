@@ -12,7 +12,9 @@ from removal import (counts_on, expect_installed_scripts, expect_the_helper_gone
 
 
 @pytest.fixture(autouse=True, scope="module")
-def installation(machine, request):
+def installation(machine, terminals, request):
+    # Shells remember where a command was.
+    terminals.close()
     source = Path(request.config.getoption("--plain"))
     subprocess.run(["cp", "--recursive", "--preserve=mode", f"{source}/.", machine.root], check=True)
     # What README.md tells whoever installs without packages.

@@ -9,7 +9,7 @@ from test_01_package import install
 
 @pytest.fixture(scope="module")
 def unbooted(request):
-    tree = new_machine(request, "unbooted")
+    tree = new_machine(request, f"{request.config.getoption('--release')}-unbooted")
     tree.enter_without_booting()
     tree.run("useradd", "--create-home", "bob")
     yield tree
