@@ -1,8 +1,7 @@
-# Builds for macOS on Linux, for both architectures at once, with Debian's clang, lld and llvm tools.
+# Builds for macOS on Linux, for both architectures at once, with Debian's clang, lld and llvm tools. The preset says
+# which architectures and for which system.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR arm64)
-set(CMAKE_OSX_ARCHITECTURES "arm64;x86_64" CACHE STRING "")
-set(CMAKE_OSX_DEPLOYMENT_TARGET "10.15" CACHE STRING "")
 
 get_filename_component(WICKET_MACOS_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../../build/macos-sysroot" ABSOLUTE)
 execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/make-sysroot ${WICKET_MACOS_SYSROOT} RESULT_VARIABLE STATUS)
@@ -11,9 +10,9 @@ if(NOT STATUS EQUAL 0)
 endif()
 # The project's own declarations give way to Apple's SDK where there is one.
 if(DEFINED ENV{SDKROOT})
-  set(CMAKE_OSX_SYSROOT "$ENV{SDKROOT}" CACHE PATH "")
+  set(CMAKE_OSX_SYSROOT "$ENV{SDKROOT}" CACHE PATH "" FORCE)
 else()
-  set(CMAKE_OSX_SYSROOT "${WICKET_MACOS_SYSROOT}/sdk" CACHE PATH "")
+  set(CMAKE_OSX_SYSROOT "${WICKET_MACOS_SYSROOT}/sdk" CACHE PATH "" FORCE)
 endif()
 
 set(CMAKE_C_COMPILER /usr/bin/clang-19)

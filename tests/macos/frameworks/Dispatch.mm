@@ -116,11 +116,10 @@ std::string secondsText(VirtualTime::Nanoseconds nanoseconds) {
 namespace wicket::frameworks {
 
 void VirtualTime::reset() {
-  std::multimap<Nanoseconds, std::function<void()>> dropped;
+  forgetActions();
   const std::scoped_lock lock(schedule().mutex);
   schedule().now = beginning;
   schedule().sources.clear();
-  dropped.swap(schedule().actions);
 }
 
 VirtualTime::Nanoseconds VirtualTime::now() {
@@ -133,6 +132,12 @@ std::chrono::nanoseconds VirtualTime::elapsed() { return std::chrono::nanosecond
 void VirtualTime::at(std::chrono::nanoseconds elapsed, std::function<void()> action) {
   const std::scoped_lock lock(schedule().mutex);
   schedule().actions.emplace(beginning + static_cast<Nanoseconds>(elapsed.count()), std::move(action));
+}
+
+void VirtualTime::forgetActions() {
+  std::multimap<Nanoseconds, std::function<void()>> dropped;
+  const std::scoped_lock lock(schedule().mutex);
+  dropped.swap(schedule().actions);
 }
 
 void VirtualTime::runUntil(Nanoseconds time) {

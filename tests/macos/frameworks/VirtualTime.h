@@ -21,6 +21,7 @@ class VirtualTime {
   [[nodiscard]] static std::chrono::nanoseconds elapsed();
   /// Lets @p action happen in the run loop's pass, as something from outside, when so much time has gone by.
   static void at(std::chrono::nanoseconds elapsed, std::function<void()> action);
+  static void forgetActions();
   /// What a pass of the run loop does.
   static void runUntil(Nanoseconds time);
 };

@@ -25,6 +25,8 @@ class FrameworkTest : public testing::Test {
   [[nodiscard]] static std::vector<std::string> recorded();
   [[nodiscard]] static std::vector<std::string> recorded(std::string_view prefix);
   static void forget();
+  /// Takes what was autoreleased without a pool until now for intended.
+  void forgetAutoreleasedWithoutPool();
 
  private:
   void* const pool_;

@@ -67,5 +67,6 @@ std::vector<std::string> FrameworkTest::recorded(std::string_view prefix) {
   return frameworks::Recording::eventsOf(prefix);
 }
 void FrameworkTest::forget() { frameworks::Recording::clear(); }
+void FrameworkTest::forgetAutoreleasedWithoutPool() { withoutPoolBefore_ = objc::autoreleasedWithoutPool(); }
 
 }  // namespace wicket::suite

@@ -14,6 +14,7 @@ void HelperTest::SetUp() {
 
 void HelperTest::TearDown() {
   using namespace std::chrono_literals;
+  frameworks::VirtualTime::forgetActions();
   platform_->mainQueue().run(45s);
   helper_.reset();
   platform_.reset();

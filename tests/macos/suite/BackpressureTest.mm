@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <atomic>
+#include <thread>
+
+#include "adapters/macos/XpcConnection.h"
+#include "tests/macos/frameworks/SerialQueue.h"
+#include "tests/macos/frameworks/Xpc.h"
+#include "tests/macos/suite/Companion.h"
+#include "tests/macos/suite/FrameworkTest.h"
+
+namespace wicket::suite {
+namespace {
+
+constexpr std::size_t megabyte = std::size_t{1} << 20U;
+
+class BackpressureTest : public FrameworkTest {
+ protected:
+  BackpressureTest() {
+    connection_->setRemoteObjectInterface(app_protocol::interface);
+    connection_->resume();
+  }
+  void TearDown() override {
+    connection_->invalidate();
+    FrameworkTest::TearDown();
+  }
+  void send(std::size_t bytes) {
+    const auto proxy = connection_->remoteObjectProxy();
+    for (std::size_t sent = 0; sent < bytes; sent += 4096) proxy->logWithStdOut(std::string(4096, 'x'));
+  }
+  /// Whether the wait is over now, or within the patience of a test when @p isExpected.
+  static bool hasReturned(const std::atomic<bool>& flag, bool isExpected) {
+    for (int i = 0; i < (isExpected ? 2000 : 10) && !flag; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return flag;
+  }
+
+  const Client client_;
+  const std::shared_ptr<macos_adapter::XpcConnection> connection_ =
+      std::make_shared<macos_adapter::XpcConnection>(client_.connection(), std::make_shared<macos_adapter::ServedCalls>());
+};
+
+TEST_F(BackpressureTest, NobodyWaitsForAClientThatReads) {
+  for (int i = 0; i < 4; ++i) {
+    send(megabyte);
+    connection_->waitForCapacity();
+    frameworks::SerialQueue::waitUntilAllAreIdle();
+  }
+  SUCCEED();
+}
+
+TEST_F(BackpressureTest, NobodyWaitsForLittleText) {
+  client_.connection().wicketClientReads = NO;
+  send(megabyte / 2);
+  connection_->waitForCapacity();
+  SUCCEED();
+}
+
+TEST_F(BackpressureTest, WhoeverSendsMuchWaitsUntilTheClientReadsAgain) {
+  client_.connection().wicketClientReads = NO;
+  send(2 * megabyte);
+  std::atomic<bool> isOver = false;
+  std::thread producer([&] {
+    connection_->waitForCapacity();
+    isOver = true;
+  });
+  EXPECT_FALSE(hasReturned(isOver, false));
+  client_.connection().wicketClientReads = YES;
+  EXPECT_TRUE(hasReturned(isOver, true));
+  producer.join();
+}
+
+TEST_F(BackpressureTest, AnInvalidationFromThisSideEndsTheWait) {
+  client_.connection().wicketClientReads = NO;
+  send(2 * megabyte);
+  std::atomic<bool> isOver = false;
+  std::thread producer([&] {
+    connection_->waitForCapacity();
+    isOver = true;
+  });
+  EXPECT_FALSE(hasReturned(isOver, false));
+  connection_->invalidate();
+  EXPECT_TRUE(hasReturned(isOver, true));
+  producer.join();
+}
+
+TEST_F(BackpressureTest, TheClientsEndEndsTheWait) {
+  connection_->setInvalidationHandler([] {});
+  client_.connection().wicketClientReads = NO;
+  send(2 * megabyte);
+  std::atomic<bool> isOver = false;
+  std::thread producer([&] {
+    connection_->waitForCapacity();
+    isOver = true;
+  });
+  EXPECT_FALSE(hasReturned(isOver, false));
+  [client_.connection() wicketClose];
+  EXPECT_TRUE(hasReturned(isOver, true));
+  producer.join();
+}
+
+}  // namespace
+}  // namespace wicket::suite
