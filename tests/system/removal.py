@@ -9,10 +9,11 @@ COUNT = "#!/bin/bash\nfor i in {1..600}; do echo $i >/run/count; sleep 0.1; done
 
 def start_a_script_that_counts(machine, terminal):
     user = terminal.user
-    allow_installations(machine, user)
     machine.write(f"/home/{user}/count-on.sh", COUNT, owner=user)
-    assert terminal.run("wicket install count-on.sh").status == 0
+    allow_installations(machine, user)
+    installation = terminal.run("wicket install count-on.sh")
     allow_installations(machine, None)
+    assert installation.status == 0
     terminal.start("wicket run count-on.sh")
     machine.eventually(lambda: machine.output("cat", "/run/count", check=False), "the script counts")
 

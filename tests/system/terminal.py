@@ -49,18 +49,28 @@ class Terminal:
 
     def start(self, line):
         self._child.sendline(line)
-        self._child.expect_exact(line + "\r\n")
+        self._await(self._child.expect_exact, line + "\r\n", PATIENCE)
         self._seen = ""
 
     def expect(self, text, timeout=PATIENCE):
         """Waits until the terminal shows this text, and returns everything that it showed since the command."""
-        self._child.expect_exact(text, timeout)
+        self._await(self._child.expect_exact, text, timeout)
         self._seen += self._child.before + self._child.after
         return _plain(self._seen)
 
     def finish(self, timeout=PATIENCE):
-        self._child.expect(PROMPT, timeout)
+        self._await(self._child.expect, PROMPT, timeout)
         return Result(int(self._child.match[1]), _plain(self._seen + self._child.before))
+
+    def _await(self, expect, wanted, timeout):
+        """Fails the test in the words of a reader, who sees what the terminal showed instead below."""
+        try:
+            expect(wanted, timeout)
+        except pexpect.TIMEOUT:
+            wanted = "the end of the command" if wanted is PROMPT else repr(wanted)
+            raise AssertionError(f"{self.user}'s terminal did not show {wanted} within {timeout} seconds") from None
+        except (pexpect.EOF, ValueError):
+            raise AssertionError(f"{self.user} was logged out") from None
 
     def type(self, text):
         self._child.sendline(text)

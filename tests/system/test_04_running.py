@@ -46,9 +46,9 @@ def test_a_script_sees_the_environment_of_a_job_and_nothing_else(machine, alice)
     allow_installations(machine, "alice")
     machine.write("/home/alice/environment.sh", "#!/bin/bash\necho core $(ulimit -c)\nexec env\n", owner="alice")
     assert alice.run("wicket install environment.sh").status == 0
+    allow_installations(machine, None)
     result = alice.run("LD_PRELOAD=/x SECRET=1 LANG=C wicket run environment.sh")
     assert alice.run("wicket remove environment.sh").status == 0
-    allow_installations(machine, None)
     assert result.lines[0] == CORE_SIZE
     assert sorted(result.lines[1:]) == ENVIRONMENT
 

@@ -31,7 +31,9 @@ class LongRun:
 
 @pytest.fixture(scope="module")
 def long_run(machine, terminals):
-    return LongRun(machine, terminals.of("alice"))
+    yield LongRun(machine, terminals.of("alice"))
+    # Her terminal is still taken where a test was left out.
+    terminals.log_out("alice")
 
 
 @pytest.fixture(autouse=True, scope="module")

@@ -7,6 +7,7 @@ from removal import (counts_on, expect_installed_scripts, expect_the_helper_gone
                      stop_the_script)
 from snapshot import difference, snapshot
 from test_01_package import install
+from test_07_changes import newer
 
 
 def names(packages):
@@ -74,6 +75,18 @@ def test_installing_the_same_packages_again_brings_a_removed_helper_back(machine
     apt(machine, "install", "--reinstall", *paths)
     assert is_listening(machine)
     assert bob.run("wicket version").text == VERSION + "\n"
+
+
+def test_an_upgrade_does_not_start_what_somebody_removed(machine, packages, bob, tmp_path):
+    assert bob.run("wicket uninstall --yes").status == 0
+    expect_the_helper_gone(machine)
+    said = install(machine, [newer(package, tmp_path) for package in packages]).stdout
+    assert not is_listening(machine)
+    assert show(machine, SOCKET, "UnitFileState") == "disabled"
+    advice = f"systemctl enable --now {SOCKET}"
+    assert advice in said
+    machine.run(*advice.split())
+    assert bob.run("wicket doctor").status == 0
 
 
 def test_with_all_the_helper_removes_the_scripts_too(machine, alice, bob):
