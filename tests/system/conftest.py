@@ -126,7 +126,7 @@ def mallory(terminals):
 def packages(request):
     """The packages that a user installs; those for developers have dependencies of their own."""
     folder = Path(request.config.getoption("--packages"))
-    return [package for package in sorted(folder.glob("*.deb")) 
+    return [package for package in sorted(folder.glob("*.deb"))
             if not re.search("-(dev|dbgsym)_", package.name)]
 
 

@@ -95,7 +95,7 @@ def test_a_helper_that_is_killed_during_a_run_is_started_again_by_the_next_call(
 
 
 def test_a_helper_that_dies_again_and_again_is_started_again_and_again(machine, bob):
-    for _ in range(25):
+    for _ in range(12):
         assert is_answered(bob)
         kill_helper(machine)
     assert is_answered(bob)
