@@ -157,10 +157,7 @@ extern "C" {
 
 const WicketDispatchSourceType wicketDispatchTimer = {.name = "timer"};
 
-dispatch_queue_t dispatch_get_main_queue() {
-  static WicketMainQueue* const queue = [[WicketMainQueue alloc] init];
-  return queue;
-}
+const dispatch_queue_t wicketMainQueue = [[WicketMainQueue alloc] init];
 
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t nanoseconds) {
   if (when == DISPATCH_TIME_FOREVER) return when;

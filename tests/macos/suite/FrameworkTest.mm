@@ -27,7 +27,6 @@ namespace {
 void makeLastingObjects() {
   (void)NSBundle.mainBundle;
   (void)NSRunLoop.currentRunLoop;
-  (void)dispatch_get_main_queue();
 }
 
 void resetFrameworks() {
