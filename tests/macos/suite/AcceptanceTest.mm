@@ -20,8 +20,8 @@ using testing::StartsWith;
 using AcceptanceTest = HelperTest;
 
 TEST_F(AcceptanceTest, TheHelperListensForItsServiceAndIsTheDelegate) {
-  EXPECT_THAT(recorded("listener"),
-              ElementsAre("listener for net.orvane.Wicket.TlvPrivilegedHelper", "listener.delegate", "listener resumed"));
+  EXPECT_THAT(recorded("listener"), ElementsAre("listener for net.orvane.Wicket.TlvPrivilegedHelper",
+                                                "listener.delegate", "listener resumed"));
 }
 
 TEST_F(AcceptanceTest, ARefusedClientIsLeftUntouchedUnregisteredAndUnlogged) {
