@@ -75,8 +75,8 @@ OSStatus AuthorizationCopyRights(AuthorizationRef authorization, const Authoriza
                                  const AuthorizationEnvironment* environment, AuthorizationFlags flags,
                                  AuthorizationRights** granted) {
   Recording::add(std::string("rights ") + itemsText(rights) + " of " +
-                 (authorization == &theReference ? "that authorization" : "another authorization") +
-                 ", environment " + itemsText(environment) + ", flags " + std::to_string(flags) + ", " +
+                 (authorization == &theReference ? "that authorization" : "another authorization") + ", environment " +
+                 itemsText(environment) + ", flags " + std::to_string(flags) + ", " +
                  (granted == nullptr ? "granted ones not asked for" : "granted ones asked for"));
   answers().dialog();
   return answers().copyRightsStatus;
@@ -88,7 +88,8 @@ OSStatus AuthorizationFree(AuthorizationRef /*authorization*/, AuthorizationFlag
 }
 
 CFStringRef SecCopyErrorMessageString(OSStatus status, void* reserved) {
-  Recording::add(std::string("text of ") + std::to_string(status) + (reserved == nullptr ? "" : " with a reserved argument"));
+  Recording::add(std::string("text of ") + std::to_string(status) +
+                 (reserved == nullptr ? "" : " with a reserved argument"));
   if (!answers().hasTexts) return nullptr;
   const auto known = texts().find(status);
   const std::string text = known == texts().end() ? "OSStatus " + std::to_string(status) : known->second;

@@ -8,8 +8,6 @@ using wicket::objc::Object;
 
 extern "C" {
 
-const void* CFRetain(const void* object) {
-  return objc_retain(static_cast<Object*>(const_cast<void*>(object)));
-}
+const void* CFRetain(const void* object) { return objc_retain(static_cast<Object*>(const_cast<void*>(object))); }
 void CFRelease(const void* object) { objc_release(static_cast<Object*>(const_cast<void*>(object))); }
 }

@@ -74,7 +74,8 @@ WicketTimerSource* nextSource(Schedule& all, VirtualTime::Nanoseconds limit) {
 }
 
 std::function<void()> firing(WicketTimerSource* source) {
-  source.deadline = source.interval == DISPATCH_TIME_FOREVER ? DISPATCH_TIME_FOREVER : source.deadline + source.interval;
+  source.deadline =
+      source.interval == DISPATCH_TIME_FOREVER ? DISPATCH_TIME_FOREVER : source.deadline + source.interval;
   return [source] {
     dispatch_block_t handler = source.handler;
     Recording::add("timer fires");
@@ -82,7 +83,8 @@ std::function<void()> firing(WicketTimerSource* source) {
   };
 }
 
-/// What is next by @p limit. Time then is as late as that. What comes from outside comes before the timers of its moment.
+/// What is next by @p limit. Time then is as late as that. What comes from outside comes before the timers of its
+/// moment.
 std::optional<std::function<void()>> takeNext(VirtualTime::Nanoseconds limit) {
   Schedule& all = schedule();
   const std::scoped_lock lock(all.mutex);
@@ -157,10 +159,7 @@ extern "C" {
 
 const WicketDispatchSourceType wicketDispatchTimer = {.name = "timer"};
 
-dispatch_queue_t dispatch_get_main_queue() {
-  static WicketMainQueue* const queue = [[WicketMainQueue alloc] init];
-  return queue;
-}
+const dispatch_queue_t wicketMainQueue = [[WicketMainQueue alloc] init];
 
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t nanoseconds) {
   if (when == DISPATCH_TIME_FOREVER) return when;

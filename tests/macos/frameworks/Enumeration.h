@@ -8,8 +8,8 @@ namespace wicket::frameworks {
 
 /// One step of a for-in loop over @p count objects: at() gives each one. The collections here never change.
 template <class At>
-NSUInteger enumerate(NSFastEnumerationState* state, id __unsafe_unretained* buffer, NSUInteger length,
-                     NSUInteger count, const At& at) {
+NSUInteger enumerate(NSFastEnumerationState* state, id __unsafe_unretained* buffer, NSUInteger length, NSUInteger count,
+                     const At& at) {
   static unsigned long neverChanges = 0;
   state->mutationsPtr = &neverChanges;
   state->itemsPtr = buffer;

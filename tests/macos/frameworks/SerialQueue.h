@@ -23,8 +23,8 @@ class SerialQueue {
 
   /// Blocks until no queue has a job left, but for those that say that they wait for something else.
   static void waitUntilAllAreIdle();
-  /// Blocks until the threads of all queues that are no more have ended.
-  static void waitUntilAllHaveEnded();
+  /// Blocks until no queue is left. False if some still are after the patience of a test.
+  [[nodiscard]] static bool waitUntilAllHaveEnded();
 
   /// Lives while a job waits, maybe for long, for somebody outside, such as the user. What is added behind it waits as
   /// long.

@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "tests/macos/frameworks/SerialQueue.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -22,6 +23,10 @@ class Count {
   void waitForNothing() {
     std::unique_lock lock(mutex_);
     nothing_.wait(lock, [this] { return count_ == 0; });
+  }
+  bool waitForNothing(std::chrono::seconds limit) {
+    std::unique_lock lock(mutex_);
+    return nothing_.wait_for(lock, limit, [this] { return count_ == 0; });
   }
 
  private:
@@ -116,7 +121,7 @@ void SerialQueue::work(const std::shared_ptr<State>& state) {
 }
 
 void SerialQueue::waitUntilAllAreIdle() { jobs().waitForNothing(); }
-void SerialQueue::waitUntilAllHaveEnded() { threads().waitForNothing(); }
+bool SerialQueue::waitUntilAllHaveEnded() { return threads().waitForNothing(std::chrono::seconds(10)); }
 
 SerialQueue::LongWait::LongWait() {
   const std::scoped_lock lock(own->mutex);

@@ -2,9 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "tests/macos/frameworks/UnifiedLog.h"
 
-#import <os/log.h>
 #include <cstdarg>
 #include <cstdio>
+#import <os/log.h>
 #include <string>
 
 #include "tests/macos/frameworks/Recording.h"

@@ -66,7 +66,7 @@ const objc::Protocol* protocolOf(Protocol* protocol) { return reinterpret_cast<c
 }
 - (BOOL)respondsToSelector:(SEL)selector {
   return objc::findMethod(classOf(object_getClass(self)), reinterpret_cast<objc::Selector>(selector)) != nullptr ? YES
-                                                                                                                  : NO;
+                                                                                                                 : NO;
 }
 - (id)copy {
   const id<NSCopying> copied = static_cast<id>(self);

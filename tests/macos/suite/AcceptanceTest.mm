@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <algorithm>
 #include <stdexcept>
 
 #include "adapters/macos/XpcListener.h"
 #include "tests/macos/frameworks/CodeSigning.h"
-#include "tests/macos/frameworks/Recording.h"
-#include "tests/macos/frameworks/SystemVersion.h"
-#include "tests/macos/frameworks/UnifiedLog.h"
+#include "tests/macos/frameworks/SerialQueue.h"
 #include "tests/macos/frameworks/Xpc.h"
 #include "tests/macos/suite/HelperTest.h"
 
@@ -21,8 +20,8 @@ using testing::StartsWith;
 using AcceptanceTest = HelperTest;
 
 TEST_F(AcceptanceTest, TheHelperListensForItsServiceAndIsTheDelegate) {
-  EXPECT_THAT(recorded("listener"),
-              ElementsAre("listener for net.orvane.Wicket.TlvPrivilegedHelper", "listener.delegate", "listener resumed"));
+  EXPECT_THAT(recorded("listener"), ElementsAre("listener for net.orvane.Wicket.TlvPrivilegedHelper",
+                                                "listener.delegate", "listener resumed"));
 }
 
 TEST_F(AcceptanceTest, ARefusedClientIsLeftUntouchedUnregisteredAndUnlogged) {
@@ -30,6 +29,7 @@ TEST_F(AcceptanceTest, ARefusedClientIsLeftUntouchedUnregisteredAndUnlogged) {
   const Client client;
   forget();
   EXPECT_FALSE(client.connect());
+  frameworks::SerialQueue::waitUntilAllAreIdle();
   EXPECT_THAT(recorded(), ElementsAre(StartsWith("guest of no host with audit=")));
   EXPECT_EQ(client.connection().remoteObjectInterface, nil);
   EXPECT_EQ(client.connection().exportedInterface, nil);

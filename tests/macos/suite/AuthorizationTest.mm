@@ -42,8 +42,7 @@ class AuthorizationTest : public HelperTest {
 };
 
 TEST_F(AuthorizationTest, DataThatIsAbsentOrOfAnotherLengthIsRefusedWithoutAskingTheSystem) {
-  const std::string line =
-      "ERROR: Authentication failed with message(\"Invalid Authorization External Form Data\")";
+  const std::string line = "ERROR: Authentication failed with message(\"Invalid Authorization External Form Data\")";
   NSData* absent = nil;
   for (NSData* authorization : {absent, data(""), data(externalForm.substr(1)), data(externalForm + "x")}) {
     EXPECT_THAT(install(authorization), ElementsAre("156"));
@@ -87,8 +86,7 @@ TEST_F(AuthorizationTest, AStatusWithoutATextIsPrintedAsNil) {
 TEST_F(AuthorizationTest, AStatusThatNobodyKnowsIsPrintedAsTheSystemPrintsIt) {
   Authorization::answer({.createStatus = -60034});
   EXPECT_THAT(install(), ElementsAre("156"));
-  EXPECT_THAT(client_.lines(),
-              ElementsAre("ERROR: Authentication failed with message(\"Optional(OSStatus -60034)\")"));
+  EXPECT_THAT(client_.lines(), ElementsAre("ERROR: Authentication failed with message(\"Optional(OSStatus -60034)\")"));
 }
 
 TEST_F(AuthorizationTest, ALongDialogHoldsUpNeitherTheTimerNorOtherClients) {
@@ -148,21 +146,20 @@ TEST_P(AuthorizationStatusTest, IsPrintedWithTheSystemsTextWhenTheRightIsRefused
 
 INSTANTIATE_TEST_SUITE_P(
     EachStatus, AuthorizationStatusTest,
-    testing::Values(
-        StatusAndText(-60001, "The authorization rights are invalid."),
-        StatusAndText(-60002, "The authorization reference is invalid."),
-        StatusAndText(-60003, "The authorization tag is invalid."),
-        StatusAndText(-60004, "The returned authorization is invalid."),
-        StatusAndText(-60005, "The authorization was denied."),
-        StatusAndText(-60006, "The authorization was canceled by the user."),
-        StatusAndText(-60007, "The authorization was denied since no user interaction was possible."),
-        StatusAndText(-60008, "Unable to obtain authorization for this operation."),
-        StatusAndText(-60009, "The authorization is not allowed to be converted to an external format."),
-        StatusAndText(-60010, "The authorization is not allowed to be created from an external format."),
-        StatusAndText(-60011, "The provided option flag(s) are invalid for this authorization operation."),
-        StatusAndText(-60031, "The specified program could not be executed."),
-        StatusAndText(-60032, "An invalid status was returned during execution of a privileged tool."),
-        StatusAndText(-60033, "The requested socket address is invalid (must be 0-1023 inclusive).")),
+    testing::Values(StatusAndText(-60001, "The authorization rights are invalid."),
+                    StatusAndText(-60002, "The authorization reference is invalid."),
+                    StatusAndText(-60003, "The authorization tag is invalid."),
+                    StatusAndText(-60004, "The returned authorization is invalid."),
+                    StatusAndText(-60005, "The authorization was denied."),
+                    StatusAndText(-60006, "The authorization was canceled by the user."),
+                    StatusAndText(-60007, "The authorization was denied since no user interaction was possible."),
+                    StatusAndText(-60008, "Unable to obtain authorization for this operation."),
+                    StatusAndText(-60009, "The authorization is not allowed to be converted to an external format."),
+                    StatusAndText(-60010, "The authorization is not allowed to be created from an external format."),
+                    StatusAndText(-60011, "The provided option flag(s) are invalid for this authorization operation."),
+                    StatusAndText(-60031, "The specified program could not be executed."),
+                    StatusAndText(-60032, "An invalid status was returned during execution of a privileged tool."),
+                    StatusAndText(-60033, "The requested socket address is invalid (must be 0-1023 inclusive).")),
     [](const auto& status) { return "Status" + std::to_string(-status.param.first); });
 
 }  // namespace

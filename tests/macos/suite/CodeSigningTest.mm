@@ -37,8 +37,7 @@ class CodeSigningTest : public HelperTest {
     return accepts([&](CodeSigning& answers) { answers.information = information; });
   }
   bool acceptsEntitlement(NSString* name, id value) {
-    return acceptsInformation(
-        @{@"flags" : @(kSecCodeSignatureRuntime), @"entitlements-dict" : @{name : value}});
+    return acceptsInformation(@{@"flags" : @(kSecCodeSignatureRuntime), @"entitlements-dict" : @{name : value}});
   }
   static std::vector<std::string> steps() {
     std::vector<std::string> result;
@@ -54,11 +53,12 @@ TEST_F(CodeSigningTest, TheStepsAreTakenInOrderWithTheirArguments) {
   EXPECT_TRUE(accepts([](CodeSigning&) {}));
   EXPECT_THAT(
       steps(),
-      ElementsAre("guest of no host with audit=000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f flags 0",
-                  "static code flags 0", "signing information flags 8",
-                  "requirement flags 0: anchor apple generic and identifier \"net.orvane.Wicket\" and certificate "
-                  "leaf[subject.CN] = \"" WICKET_EXPECTED_COMMON_NAME "\"",
-                  "validity flags 0"));
+      ElementsAre(
+          "guest of no host with audit=000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f flags 0",
+          "static code flags 0", "signing information flags 8",
+          "requirement flags 0: anchor apple generic and identifier \"net.orvane.Wicket\" and certificate "
+          "leaf[subject.CN] = \"" WICKET_EXPECTED_COMMON_NAME "\"",
+          "validity flags 0"));
 }
 
 class StatusTest : public CodeSigningTest, public testing::WithParamInterface<OSStatus> {};
@@ -108,20 +108,21 @@ TEST_F(CodeSigningTest, AStaticCodeThatIsMissingWithAStatusRefusesTheClient) {
 
 TEST_F(CodeSigningTest, FlagsThatAreMissingOrNoNumberRefuseTheClient) {
   EXPECT_FALSE(acceptsInformation(@{@"entitlements-dict" : @{}}));
-  for (id flags : std::initializer_list<id>{@"65536", @65536.5, @(-1), @0x100010000, [NSData dataWithBytes:"" length:0], @{}}) {
+  for (id flags :
+       std::initializer_list<id> { @"65536", @65536.5, @(-1), @0x100010000, [NSData dataWithBytes:"" length:0], @{} }) {
     EXPECT_FALSE(acceptsInformation(@{@"flags" : flags, @"entitlements-dict" : @{}}));
   }
 }
 
 TEST_F(CodeSigningTest, AClientWithoutTheHardenedRuntimeIsRefusedBeforeItsRequirementIsLookedAt) {
-  for (id flags : std::initializer_list<id>{@0, @0x800, @0x20000, @0xfffeffff}) {
+  for (id flags : std::initializer_list<id> { @0, @0x800, @0x20000, @0xfffeffff }) {
     EXPECT_FALSE(acceptsInformation(@{@"flags" : flags, @"entitlements-dict" : @{}}));
   }
   EXPECT_THAT(recorded("requirement"), IsEmpty());
 }
 
 TEST_F(CodeSigningTest, OtherFlagsBesideTheHardenedRuntimeDoNotMatter) {
-  for (id flags : std::initializer_list<id>{@0x10000, @0x10802, @0xffffffff}) {
+  for (id flags : std::initializer_list<id> { @0x10000, @0x10802, @0xffffffff }) {
     EXPECT_TRUE(acceptsInformation(@{@"flags" : flags, @"entitlements-dict" : @{}}));
   }
 }
@@ -138,12 +139,12 @@ class EntitlementTest : public CodeSigningTest, public testing::WithParamInterfa
 };
 
 TEST_P(EntitlementTest, RefusesTheClientWhenItIsTrueOrOne) {
-  for (id value : std::initializer_list<id>{@YES, @1, @1LL, @1.0}) EXPECT_FALSE(acceptsEntitlement(name(), value));
+  for (id value : std::initializer_list<id> { @YES, @1, @1LL, @1.0 }) EXPECT_FALSE(acceptsEntitlement(name(), value));
   EXPECT_THAT(recorded("requirement"), IsEmpty());
 }
 
 TEST_P(EntitlementTest, PassesWhenItIsFalseOrAnotherInteger) {
-  for (id value : std::initializer_list<id>{@NO, @0, @2, @(-1), @0.0, @2.0, @0x100000001}) {
+  for (id value : std::initializer_list<id> { @NO, @0, @2, @(-1), @0.0, @2.0, @0x100000001 }) {
     EXPECT_TRUE(acceptsEntitlement(name(), value));
   }
 }
@@ -168,8 +169,7 @@ INSTANTIATE_TEST_SUITE_P(Each, EntitlementTest,
 TEST_F(CodeSigningTest, OtherEntitlementsAndKeysThatAreNoStringsDoNotMatter) {
   EXPECT_TRUE(acceptsEntitlement(@"com.apple.security.network.client", @YES));
   EXPECT_TRUE(acceptsEntitlement(@"com.apple.security.application-groups", @[ @"group" ]));
-  EXPECT_TRUE(acceptsInformation(
-      @{@"flags" : @(kSecCodeSignatureRuntime), @"entitlements-dict" : @{@7 : @YES}}));
+  EXPECT_TRUE(acceptsInformation(@{@"flags" : @(kSecCodeSignatureRuntime), @"entitlements-dict" : @{@7 : @YES}}));
 }
 
 }  // namespace

@@ -171,7 +171,10 @@ TEST_F(ExportedObjectTest, TheBlockIsLetGoOfWithTheFirstAnswerThoughTheCompletio
     Companion* capture = [[Companion alloc] init];
     weakCapture = capture;
     client_.call([&](id<HelperProtocol> helper) {
-      [helper uninstallScriptAt:@"" completion:^(int64_t) { (void)capture; }];
+      [helper uninstallScriptAt:@""
+                     completion:^(int64_t) {
+                       (void)capture;
+                     }];
     });
   }
   EXPECT_TRUE(weakCapture == nil);

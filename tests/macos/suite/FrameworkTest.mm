@@ -3,6 +3,8 @@
 #include "tests/macos/suite/FrameworkTest.h"
 
 #import <Foundation/Foundation.h>
+#include <chrono>
+#include <thread>
 
 #include "tests/macos/frameworks/Authorization.h"
 #include "tests/macos/frameworks/CodeSigning.h"
@@ -27,7 +29,6 @@ namespace {
 void makeLastingObjects() {
   (void)NSBundle.mainBundle;
   (void)NSRunLoop.currentRunLoop;
-  (void)dispatch_get_main_queue();
 }
 
 void resetFrameworks() {
@@ -57,7 +58,11 @@ FrameworkTest::~FrameworkTest() {
   frameworks::SerialQueue::waitUntilAllAreIdle();
   resetFrameworks();
   objc_autoreleasePoolPop(pool_);
-  frameworks::SerialQueue::waitUntilAllHaveEnded();
+  EXPECT_TRUE(frameworks::SerialQueue::waitUntilAllHaveEnded()) << "a listener or a connection outlives its test";
+  // A thread that has just ended a child may still be letting go of the last ones.
+  for (int i = 0; i < 500 && objc::liveObjects() != objectsBefore_; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
   EXPECT_EQ(objc::liveObjects(), objectsBefore_) << "objects outlive what made them";
   EXPECT_EQ(objc::autoreleasedWithoutPool(), withoutPoolBefore_) << "objects were autoreleased without a pool";
 }

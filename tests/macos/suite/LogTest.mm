@@ -39,6 +39,7 @@ TEST_F(UnifiedLogTest, TheLogIsThereFromMacOs11On) {
 
 TEST_F(UnifiedLogTest, NothingIsWrittenWhileFaultsAreSwitchedOff) {
   frameworks::UnifiedLog::takesFaults = false;
+  EXPECT_FALSE(macos_adapter::MacUnifiedLog().isFaultEnabled());
   MacWithOwnFiles platform;
   const auto helper = std::make_shared<PrivilegedHelper>(platform);
   EXPECT_THAT(recorded("log"), IsEmpty());
@@ -53,8 +54,8 @@ class ClientLogTest : public FrameworkTest {
   }
 
   const Client client_;
-  const std::shared_ptr<macos_adapter::XpcConnection> connection_ =
-      std::make_shared<macos_adapter::XpcConnection>(client_.connection(), std::make_shared<macos_adapter::ServedCalls>());
+  const std::shared_ptr<macos_adapter::XpcConnection> connection_ = std::make_shared<macos_adapter::XpcConnection>(
+      client_.connection(), std::make_shared<macos_adapter::ServedCalls>());
 };
 
 TEST_F(ClientLogTest, ALineGoesToTheClientsObject) {

@@ -41,15 +41,14 @@ std::vector<std::string> selectors(Protocol* protocol) {
 
 TEST(ProtocolTest, TheHelpersProtocolHasItsSixMessagesWithTheTypesThatTravel) {
   // As for macOS on x86_64, where BOOL is a signed byte.
-  EXPECT_THAT(
-      messages(@protocol(HelperProtocol)),
-      ElementsAre(
-          Pair("getVersionWithCompletion:", "v24@0:8@?<v@?@\"NSString\">16"),
-          Pair("runCommandWithFilename:arguments:completion:", "v40@0:8@\"NSString\"16@\"NSArray\"24@?<v@?q>32"),
-          Pair("installScriptAt:authData:completion:", "v40@0:8@\"NSString\"16@\"NSData\"24@?<v@?q>32"),
-          Pair("uninstallWithAll:", "v20@0:8c16"),
-          Pair("uninstallScriptAt:completion:", "v32@0:8@\"NSString\"16@?<v@?q>24"),
-          Pair("uninstallScriptWithFilename:completion:", "v32@0:8@\"NSString\"16@?<v@?q>24")));
+  EXPECT_THAT(messages(@protocol(HelperProtocol)),
+              ElementsAre(Pair("getVersionWithCompletion:", "v24@0:8@?<v@?@\"NSString\">16"),
+                          Pair("runCommandWithFilename:arguments:completion:",
+                               "v40@0:8@\"NSString\"16@\"NSArray\"24@?<v@?q>32"),
+                          Pair("installScriptAt:authData:completion:", "v40@0:8@\"NSString\"16@\"NSData\"24@?<v@?q>32"),
+                          Pair("uninstallWithAll:", "v20@0:8c16"),
+                          Pair("uninstallScriptAt:completion:", "v32@0:8@\"NSString\"16@?<v@?q>24"),
+                          Pair("uninstallScriptWithFilename:completion:", "v32@0:8@\"NSString\"16@?<v@?q>24")));
 }
 
 TEST(ProtocolTest, TheCompanionsProtocolHasItsOneMessage) {
@@ -62,7 +61,7 @@ TEST(ProtocolTest, TheProtocolsAreThoseOfTheCoreInNameAndOrder) {
 }
 
 TEST(ProtocolTest, NeitherProtocolInheritsOrHasOptionalMessages) {
-  for (Protocol* protocol : {@protocol(HelperProtocol), @protocol(AppProtocol)}) {
+  for (Protocol* protocol : { @protocol (HelperProtocol), @protocol (AppProtocol) }) {
     const auto& read = *reinterpret_cast<const objc::Protocol*>((__bridge const void*)protocol);
     EXPECT_EQ(read.inherited, nullptr);
     EXPECT_EQ(read.optionalInstanceMethods, nullptr);

@@ -20,12 +20,13 @@ typedef void (^dispatch_block_t)(void);
 #define NSEC_PER_SEC 1000000000ull
 #define DISPATCH_TIME_NOW (0ull)
 #define DISPATCH_TIME_FOREVER (~0ull)
+#define dispatch_get_main_queue() wicketMainQueue
 #define DISPATCH_SOURCE_TYPE_TIMER (&wicketDispatchTimer)
 
 extern "C" {
 extern const struct WicketDispatchSourceType wicketDispatchTimer;
+extern const dispatch_queue_t wicketMainQueue;
 
-dispatch_queue_t dispatch_get_main_queue(void);
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t nanoseconds);
 dispatch_source_t dispatch_source_create(dispatch_source_type_t type, uintptr_t handle, uintptr_t mask,
                                          dispatch_queue_t queue) __attribute__((ns_returns_retained));

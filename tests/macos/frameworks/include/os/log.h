@@ -24,8 +24,8 @@ void wicketRecordLogEntry(os_log_t log, os_log_type_t type, const char* format, 
 }
 
 #define OS_LOG_DEFAULT (&_os_log_default)
-#define os_log_with_type(log, type, ...)                                                       \
-  do {                                                                                         \
+#define os_log_with_type(log, type, ...)                                                      \
+  do {                                                                                        \
     if (os_log_type_enabled((log), (type))) wicketRecordLogEntry((log), (type), __VA_ARGS__); \
   } while (false)
 #define os_log_fault(log, ...) os_log_with_type((log), OS_LOG_TYPE_FAULT, __VA_ARGS__)
