@@ -17,9 +17,7 @@ enum : NSStringEncoding { NSUTF8StringEncoding = 4 };
 
 @interface NSString : NSObject <NSCopying>
 @property(nullable, readonly) const char* UTF8String __attribute__((objc_returns_inner_pointer));
-- (nullable instancetype)initWithBytes:(const void*)bytes
-                                length:(NSUInteger)length
-                              encoding:(NSStringEncoding)encoding;
+- (nullable instancetype)initWithBytes:(const void*)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding;
 + (nullable instancetype)stringWithUTF8String:(const char*)text;
 - (nullable NSData*)dataUsingEncoding:(NSStringEncoding)encoding;
 - (BOOL)isEqualToString:(NSString*)other;

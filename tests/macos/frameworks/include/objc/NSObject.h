@@ -26,7 +26,7 @@ typedef struct NSZoneOfNobody NSZone;
 @end
 
 __attribute__((objc_root_class))
-@interface NSObject <NSObject> {
+@interface NSObject<NSObject> {
   Class isa;
 }
 + (instancetype)alloc;
