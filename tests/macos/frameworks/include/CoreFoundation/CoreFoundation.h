@@ -2,16 +2,12 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include <stdbool.h>
-#include <stdint.h>
+#include "cmake/macos/declarations/CoreFoundation/CoreFoundation.h"
 
-#define CF_BRIDGED_TO(Class) __attribute__((objc_bridge(Class)))
+// What no adapter uses, for the doubles.
 
 extern "C" {
-typedef const void* CFTypeRef;
-typedef const struct CF_BRIDGED_TO(NSString) WicketCFString* CFStringRef;
-typedef const struct CF_BRIDGED_TO(NSDictionary) WicketCFDictionary* CFDictionaryRef;
 
 CFTypeRef CFRetain(CFTypeRef object);
-void CFRelease(CFTypeRef object);
-}
+
+}  // extern "C"
