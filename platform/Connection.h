@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 
@@ -19,6 +20,9 @@ namespace wicket {
 /// connections apart.
 class Connection {
  public:
+  /// In bytes; see waitForCapacity().
+  static constexpr std::size_t highWaterMark = std::size_t{1} << 20U;
+
   Connection() = default;
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -46,9 +50,9 @@ class Connection {
   /// The client's object, or null when it is not of AppProtocol. What is sent through it after the
   /// invalidation is dropped silently.
   [[nodiscard]] virtual std::shared_ptr<AppProtocol> remoteObjectProxy() = 0;
-  /// Blocks while more is queued for this client than it should hold in memory (about 1 MiB), until
-  /// the queue has drained or the connection is invalidated. Whoever produces output without end
-  /// calls it before each piece, never on a thread that other clients wait for.
+  /// Blocks while more than about highWaterMark is queued in memory for this client, until the queue
+  /// has drained or the connection is invalidated. Whoever produces output without end calls it
+  /// before each piece, never on a thread that other clients wait for.
   virtual void waitForCapacity() = 0;
 };
 

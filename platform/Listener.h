@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <chrono>
 #include <memory>
 
 #include "platform/Connection.h"
@@ -24,6 +25,10 @@ class ListenerDelegate {
 /// The endpoint that clients connect to. Nothing is accepted before resume().
 class Listener {
  public:
+  /// What finish() gives to a client that has not asked anything yet, and to all of them together.
+  static constexpr std::chrono::milliseconds timeToAsk{500};
+  static constexpr std::chrono::milliseconds timeToFinish{1000};
+
   Listener() = default;
   Listener(const Listener&) = delete;
   Listener& operator=(const Listener&) = delete;
@@ -34,8 +39,8 @@ class Listener {
   virtual void resume() = 0;
   /// For the end of the process: takes no more clients, so that those who come now wait for the
   /// process that is started next. Clients that wait for an answer, and those taken within the last
-  /// half second that have not asked anything yet, are still served: returns when all of them have
-  /// their answers, after a second at most. Not on the delegate's queue.
+  /// timeToAsk that have not asked anything yet, are still served: returns when all of them have
+  /// their answers, after timeToFinish at most. Not on the delegate's queue.
   virtual void finish() = 0;
 };
 

@@ -20,10 +20,8 @@ constexpr std::size_t undecidedLimit = 256;
 constexpr int clientsPerTurn = 64;
 /// How long to let be when the system is out of descriptors or memory.
 constexpr std::chrono::microseconds restTime = std::chrono::milliseconds(100);
-/// How long a client that has not asked anything is thought to be about to, when the listener ends.
-constexpr std::chrono::milliseconds newcomerTime{500};
-/// What is left to answer everybody then.
-constexpr std::chrono::microseconds graceTime = std::chrono::seconds(1);
+/// What is left to answer everybody when the listener ends.
+constexpr std::chrono::microseconds graceTime = Listener::timeToFinish;
 
 void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& connection) {
   bool isAccepted = false;
@@ -61,7 +59,7 @@ void BusAcceptor::finish(std::function<void()> done) {
   restTimer_.reset();
   done_ = std::move(done);
   for (const auto& [channel, owned] : channels_) {
-    const bool mayAsk = !channel->hasAsked() && channel->age() < newcomerTime;
+    const bool mayAsk = !channel->hasAsked() && channel->age() < Listener::timeToAsk;
     if (mayAsk || (channel->hasAsked() && !channel->isAnswered())) awaited_.insert(channel);
   }
   sd_event_source* timer = nullptr;

@@ -11,6 +11,7 @@
 #include <string>
 #include <variant>
 
+#include "platform/Connection.h"
 #include "protocol/ReplyCode.h"
 
 namespace wicket::linux_adapter {
@@ -47,7 +48,7 @@ using Outgoing = std::variant<MethodReply, MissingReply, CalledAgain, LogLine>;
 class OutgoingQueue {
  public:
   /// Above this, producers wait and nothing more is read from the client.
-  static constexpr std::size_t highWater = std::size_t{1} << 20U;
+  static constexpr std::size_t highWater = Connection::highWaterMark;
   /// Above this, the client is cut: it does not read, and somebody who cannot wait writes to it.
   static constexpr std::size_t limit = std::size_t{8} << 20U;
 

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <mutex>
 
+#include "platform/Connection.h"
+
 namespace wicket::macos_adapter {
 
 /// How much of what was sent to one client has not yet left this process. XPC does not tell, but it runs a barrier
@@ -13,7 +15,7 @@ namespace wicket::macos_adapter {
 class SendWindow {
  public:
   /// More than this is not held for a client that does not read.
-  static constexpr std::size_t highWater = std::size_t{1024} * 1024;
+  static constexpr std::size_t highWater = Connection::highWaterMark;
 
   /// Counts a message that was just sent. Unless it returns 0, a barrier is due now, which is to hand the number to
   /// left().

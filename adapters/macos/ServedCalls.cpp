@@ -5,14 +5,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/Listener.h"
+
 namespace wicket::macos_adapter {
-namespace {
-
-constexpr std::chrono::milliseconds timeToAsk{500};
-constexpr std::chrono::seconds timeToFinish{1};
-
-}  // namespace
-
 ServedCalls::Call::Call(std::shared_ptr<ServedCalls> calls) : calls_(std::move(calls)) {
   const std::scoped_lock lock(calls_->mutex_);
   ++calls_->unanswered_;
@@ -27,11 +22,11 @@ ServedCalls::Call::~Call() {
 
 void ServedCalls::clientWasAccepted() {
   const std::scoped_lock lock(mutex_);
-  quietFrom_ = Clock::now() + timeToAsk;
+  quietFrom_ = Clock::now() + Listener::timeToAsk;
 }
 
 void ServedCalls::waitUntilQuiet() {
-  const Clock::time_point latest = Clock::now() + timeToFinish;
+  const Clock::time_point latest = Clock::now() + Listener::timeToFinish;
   std::unique_lock lock(mutex_);
   while (Clock::now() < latest) {
     if (unanswered_ == 0 && Clock::now() >= quietFrom_) return;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #include "adapters/macos/XpcConnection.h"
@@ -35,6 +36,18 @@ class BackpressureTest : public FrameworkTest {
     }
     return flag;
   }
+  /// Somebody waits for capacity, and goes on after @p event and not before.
+  void expectWaitUntil(const std::function<void()>& event) {
+    std::atomic<bool> isOver = false;
+    std::thread producer([&] {
+      connection_->waitForCapacity();
+      isOver = true;
+    });
+    EXPECT_FALSE(hasReturned(isOver, false));
+    event();
+    EXPECT_TRUE(hasReturned(isOver, true));
+    producer.join();
+  }
 
   const Client client_;
   const std::shared_ptr<macos_adapter::XpcConnection> connection_ = std::make_shared<macos_adapter::XpcConnection>(
@@ -60,44 +73,20 @@ TEST_F(BackpressureTest, NobodyWaitsForLittleText) {
 TEST_F(BackpressureTest, WhoeverSendsMuchWaitsUntilTheClientReadsAgain) {
   client_.connection().wicketClientReads = NO;
   send(2 * megabyte);
-  std::atomic<bool> isOver = false;
-  std::thread producer([&] {
-    connection_->waitForCapacity();
-    isOver = true;
-  });
-  EXPECT_FALSE(hasReturned(isOver, false));
-  client_.connection().wicketClientReads = YES;
-  EXPECT_TRUE(hasReturned(isOver, true));
-  producer.join();
+  expectWaitUntil([&] { client_.connection().wicketClientReads = YES; });
 }
 
 TEST_F(BackpressureTest, AnInvalidationFromThisSideEndsTheWait) {
   client_.connection().wicketClientReads = NO;
   send(2 * megabyte);
-  std::atomic<bool> isOver = false;
-  std::thread producer([&] {
-    connection_->waitForCapacity();
-    isOver = true;
-  });
-  EXPECT_FALSE(hasReturned(isOver, false));
-  connection_->invalidate();
-  EXPECT_TRUE(hasReturned(isOver, true));
-  producer.join();
+  expectWaitUntil([&] { connection_->invalidate(); });
 }
 
 TEST_F(BackpressureTest, TheClientsEndEndsTheWait) {
   connection_->setInvalidationHandler([] {});
   client_.connection().wicketClientReads = NO;
   send(2 * megabyte);
-  std::atomic<bool> isOver = false;
-  std::thread producer([&] {
-    connection_->waitForCapacity();
-    isOver = true;
-  });
-  EXPECT_FALSE(hasReturned(isOver, false));
-  [client_.connection() wicketClose];
-  EXPECT_TRUE(hasReturned(isOver, true));
-  producer.join();
+  expectWaitUntil([&] { [client_.connection() wicketClose]; });
 }
 
 }  // namespace
