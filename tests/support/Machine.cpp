@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "tests/support/Machine.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <map>
+#include <sched.h>
+#include <string_view>
+#include <sys/mount.h>
+#include <sys/ptrace.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/TemporaryFolder.h"
+
+namespace wicket::support {
+namespace {
+
+/// 0, or the error with which it was refused. In a process that does nothing else.
+using Attempt = std::function<int()>;
+
+int errorUnless(bool done) { return done ? 0 : errno; }
+
+int mountPrivately(const std::string& folder) {
+  if (::unshare(CLONE_NEWNS) != 0) return errno;
+  if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return errno;
+  return errorUnless(::mount("tmpfs", folder.c_str(), "tmpfs", 0, nullptr) == 0);
+}
+
+int installListener() {
+  std::array<sock_filter, 1> allow{sock_filter{BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW}};
+  const sock_fprog program{static_cast<unsigned short>(allow.size()), allow.data()};
+  return errorUnless(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program) >= 0);
+}
+
+int traceChild() {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    for (;;) ::pause();
+  }
+  const int error = errorUnless(::ptrace(PTRACE_SEIZE, child, nullptr, nullptr) == 0);
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
+  return error;
+}
+
+/// The attempt's result: it changes the process that makes it, so that is a child.
+int resultOf(const Attempt& attempt) {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(attempt());
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return child > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : EAGAIN;
+}
+
+std::optional<std::string> refusal(std::string_view what, const Attempt& attempt) {
+  const int error = resultOf(attempt);
+  if (error == 0) return std::nullopt;
+  return "this machine does not allow " + std::string(what) + " (" + std::strerror(error) + ")";
+}
+
+std::optional<std::string> attempt(Need need) {
+  const TemporaryFolder folder;
+  switch (need) {
+    case Need::root:
+      return refusal("to be root", [] { return ::geteuid() == 0 ? 0 : EPERM; });
+    case Need::mountNamespace:
+      return refusal("a mount namespace", [&] { return mountPrivately(folder.path()); });
+    case Need::userNamespace:
+      return refusal("a user namespace", [] { return errorUnless(::unshare(CLONE_NEWUSER) == 0); });
+    case Need::seccompListener:
+      return refusal("a listener of system calls", installListener);
+    case Need::deviceFile:
+      return refusal("a device file", [&] {
+        return errorUnless(::mknod(folder.path("null").c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0);
+      });
+    case Need::tracing:
+      return refusal("to trace a process", traceChild);
+  }
+  std::abort();
+}
+
+}  // namespace
+
+const std::optional<std::string>& refusalOf(Need need) {
+  static std::map<Need, std::optional<std::string>> known;
+  const auto found = known.find(need);
+  return found != known.end() ? found->second : known.emplace(need, attempt(need)).first->second;
+}
+
+bool mustNotSkip() {
+  const char* const value = std::getenv("CI");
+  return value != nullptr && std::string_view(value) == "true";
+}
+
+}  // namespace wicket::support
