@@ -22,14 +22,14 @@ class AuthorizationServicesContract : public testing::Test {
   World world_;
 };
 
-using Worlds = testing::Types<ScriptedWorld, PolkitWorld>;
+using AuthorizationKinds = testing::Types<ScriptedWorld, PolkitWorld>;
 struct WorldNames {
   template <typename World>
   static std::string GetName(int) {
     return std::is_same_v<World, PolkitWorld> ? "Polkit" : "Double";
   }
 };
-TYPED_TEST_SUITE(AuthorizationServicesContract, Worlds, WorldNames);
+TYPED_TEST_SUITE(AuthorizationServicesContract, AuthorizationKinds, WorldNames);
 
 TYPED_TEST(AuthorizationServicesContract, TheFormOfALiveClientBecomesAReference) {
   const auto reference = this->services().createFromExternalForm(this->world_.form());

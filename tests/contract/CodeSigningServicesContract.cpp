@@ -59,14 +59,14 @@ class CodeSigningServicesContract : public testing::Test {
   }
 };
 
-struct Names {
+struct SignatureNames {
   template <typename World>
   static std::string GetName(int /*index*/) {
     return std::is_same_v<World, RealSignatures> ? "Real" : "Double";
   }
 };
-using Worlds = testing::Types<RealSignatures, ScriptedSignatures>;
-TYPED_TEST_SUITE(CodeSigningServicesContract, Worlds, Names);
+using SignatureKinds = testing::Types<RealSignatures, ScriptedSignatures>;
+TYPED_TEST_SUITE(CodeSigningServicesContract, SignatureKinds, SignatureNames);
 
 TYPED_TEST(CodeSigningServicesContract, ACompanionIsFoundHardenedEntitledToNothingAndValid) {
   this->with([](const Scene& scene) {

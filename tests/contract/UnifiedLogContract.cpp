@@ -61,14 +61,14 @@ class UnifiedLogContract : public testing::Test {
   World world_;
 };
 
-struct WorldNames {
+struct LogNames {
   template <typename World>
   static std::string GetName(int) {
     return std::is_same_v<World, Journal> ? "Journal" : "Double";
   }
 };
-using Worlds = testing::Types<RecordedLog, Journal>;
-TYPED_TEST_SUITE(UnifiedLogContract, Worlds, WorldNames);
+using LogKinds = testing::Types<RecordedLog, Journal>;
+TYPED_TEST_SUITE(UnifiedLogContract, LogKinds, LogNames);
 
 TYPED_TEST(UnifiedLogContract, TheLogIsThereAndTakesFaults) {
   EXPECT_TRUE(this->world_.log().isAvailable());

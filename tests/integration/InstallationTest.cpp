@@ -15,7 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char source[] = "/var/tmp/source.sh";
-constexpr char content[] = "#!/bin/bash\nexit 17\n";
+constexpr char scriptContent[] = "#!/bin/bash\nexit 17\n";
 constexpr char installed[] = "/var/orvane/job.sh";
 
 /// Installations by a client that may: polkit grants root everything.
@@ -26,7 +26,7 @@ class InstallationTest : public IntegrationTest {
     if (IsSkipped() || HasFatalFailure()) return;
     polkit_ = support::PolkitSandbox::start(policyFile());
     ASSERT_NE(polkit_, nullptr);
-    writeFile(source, content);
+    writeFile(source, scriptContent);
   }
   void TearDown() override {
     polkit_.reset();
@@ -62,8 +62,8 @@ TEST_F(InstallationTest, AnInstalledScriptBelongsToRootWhoMayReadAndRunIt) {
   EXPECT_EQ(install(std::string(source) + "," + installed), 0);
   expectItem("/var/orvane", S_IFDIR | 0755);
   expectItem(installed, S_IFREG | 0500);
-  EXPECT_EQ(readFile(installed), content);
-  EXPECT_EQ(readFile(source), content);
+  EXPECT_EQ(readFile(installed), scriptContent);
+  EXPECT_EQ(readFile(source), scriptContent);
 }
 
 TEST_F(InstallationTest, AnInstalledScriptRuns) {
@@ -77,7 +77,7 @@ TEST_F(InstallationTest, AnInstalledScriptRuns) {
 TEST_F(InstallationTest, AnExistingScriptIsReplaced) {
   addScript("job.sh", "#!/bin/sh\nold\n");
   EXPECT_EQ(install(std::string(source) + "," + installed), 0);
-  EXPECT_EQ(readFile(installed), content);
+  EXPECT_EQ(readFile(installed), scriptContent);
   expectItem(installed, S_IFREG | 0500);
 }
 
@@ -119,8 +119,8 @@ TEST_F(InstallationTest, ASourceThatIsALinkIsCopiedAsTheFileItNames) {
   std::filesystem::create_symlink(source, "/var/tmp/link.sh");
   EXPECT_EQ(install(std::string("/var/tmp/link.sh,") + installed), 0);
   expectItem(installed, S_IFREG | 0500);
-  EXPECT_EQ(readFile(installed), content);
-  EXPECT_EQ(readFile(source), content);
+  EXPECT_EQ(readFile(installed), scriptContent);
+  EXPECT_EQ(readFile(source), scriptContent);
 }
 
 TEST_F(InstallationTest, ASourceThatIsAFifoFailsAtOnce) {
@@ -138,7 +138,7 @@ TEST_F(InstallationTest, ASourceThatIsAFolderFails) {
 }
 
 TEST_F(InstallationTest, TheSetUserBitOfTheSourceIsNotCopied) {
-  writeFile(source, content, 06755);
+  writeFile(source, scriptContent, 06755);
   EXPECT_EQ(install(std::string(source) + "," + installed), 0);
   expectItem(installed, S_IFREG | 0500);
 }
@@ -160,10 +160,10 @@ TEST_F(InstallationTest, AFullDiskFailsAndLeavesNothingHalfWritten) {
   support::PrivateFolders tiny;
   std::filesystem::create_directories("/var/orvane");
   ASSERT_TRUE(tiny.replace("/var/orvane", "64k"));
-  writeFile(source, content + std::string(1'000'000, '#'));
+  writeFile(source, scriptContent + std::string(1'000'000, '#'));
   EXPECT_EQ(install(std::string(source) + "," + installed), 590);
   EXPECT_THAT(namesIn("/var/orvane"), ::testing::IsEmpty());
-  writeFile(source, content);
+  writeFile(source, scriptContent);
   EXPECT_EQ(install(std::string(source) + "," + installed), 0) << "the failed attempt keeps its space";
 }
 
@@ -175,7 +175,7 @@ TEST_F(InstallationTest, AMissingVarIsNotCreated) {
   }
   ASSERT_EQ(support::Program::run({"bash", "-c", plan}).status, 0);
   writeFile("/run/start-helper", "#!/bin/bash\nexec chroot /run/root " + helperExecutable() + "\n", 0755);
-  writeFile("/run/source.sh", content);
+  writeFile("/run/source.sh", scriptContent);
   activateThrough("/run/start-helper");
   EXPECT_EQ(install(std::string("/run/source.sh,") + installed), 590);
   EXPECT_FALSE(std::filesystem::exists("/run/root/var"));

@@ -22,7 +22,7 @@ using support::SubjectPart;
 using support::TestCertificate;
 using support::TestChain;
 
-std::span<const std::byte> bytesOf(const std::string& text) { return std::as_bytes(std::span(text)); }
+std::span<const std::byte> derBytes(const std::string& text) { return std::as_bytes(std::span(text)); }
 
 Certificate withSubject(std::vector<SubjectPart> subject) {
   CertificateRecipe recipe;
@@ -46,7 +46,7 @@ std::string textOf(const Digest& digest) {
 
 TEST(CertificateTest, ComesOutOfDerAndPemAsItWentIn) {
   const TestCertificate made = TestCertificate::selfSigned(leafRecipe("Leaf"));
-  const auto fromDer = Certificate::fromDer(bytesOf(made.der()));
+  const auto fromDer = Certificate::fromDer(derBytes(made.der()));
   const auto fromPem = Certificate::fromPem("text before it\n" + made.pem());
   ASSERT_TRUE(fromDer);
   ASSERT_TRUE(fromPem);
@@ -57,9 +57,9 @@ TEST(CertificateTest, ComesOutOfDerAndPemAsItWentIn) {
 TEST(CertificateTest, BytesThatAreNoCertificateAreRefused) {
   const std::string der = TestCertificate::selfSigned(leafRecipe("Leaf")).der();
   EXPECT_FALSE(Certificate::fromDer({}));
-  EXPECT_FALSE(Certificate::fromDer(bytesOf("nothing"s)));
-  EXPECT_FALSE(Certificate::fromDer(bytesOf(der.substr(0, der.size() - 1))));
-  EXPECT_EQ(Certificate::fromDer(bytesOf(der + "\0"s)).error().message, "there are bytes behind the certificate");
+  EXPECT_FALSE(Certificate::fromDer(derBytes("nothing"s)));
+  EXPECT_FALSE(Certificate::fromDer(derBytes(der.substr(0, der.size() - 1))));
+  EXPECT_EQ(Certificate::fromDer(derBytes(der + "\0"s)).error().message, "there are bytes behind the certificate");
   EXPECT_FALSE(Certificate::fromPem(""));
   EXPECT_FALSE(Certificate::fromPem("-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n"));
 }

@@ -17,7 +17,7 @@ using support::leafRecipe;
 using support::TestCertificate;
 using support::TestChain;
 
-constexpr char content[] = "the content";
+constexpr char someContent[] = "the someContent";
 
 /// The failure to verify, or none.
 std::optional<SigningFailure> failureOf(std::span<const std::byte> message, const TestCertificate& anchor) {
@@ -26,7 +26,7 @@ std::optional<SigningFailure> failureOf(std::span<const std::byte> message, cons
 }
 
 std::optional<SigningFailure> failureOf(const TestChain& chain) {
-  return failureOf(CmsSignature::sign(bytesOf(content), identityOf(chain)).value(), chain.root);
+  return failureOf(CmsSignature::sign(bytesOf(someContent), identityOf(chain)).value(), chain.root);
 }
 
 TestChain chainWith(const CertificateRecipe& leaf) {
@@ -44,7 +44,7 @@ struct ForeignMessage {
   int signers = 1;
 
   [[nodiscard]] std::vector<std::byte> signedWith(const TestChain& chain) const {
-    const BioObject source(BIO_new_mem_buf(content, -1));
+    const BioObject source(BIO_new_mem_buf(someContent, -1));
     const unsigned flags = CMS_BINARY | CMS_PARTIAL | messageFlags;
     const CmsObject message(CMS_sign(nullptr, nullptr, nullptr, source.get(), flags));
     for (int index = 0; index < signers; ++index) {
@@ -63,11 +63,11 @@ struct ForeignMessage {
 
 TEST(CmsSignatureTest, ASignedMessageGivesItsContentAndTheChainWithTheRoot) {
   const TestChain chain = TestChain::developerId();
-  const auto message = CmsSignature::sign(bytesOf(content), identityOf(chain));
+  const auto message = CmsSignature::sign(bytesOf(someContent), identityOf(chain));
   ASSERT_TRUE(message);
   const auto verified = CmsSignature::verify(*message, certificateOf(chain.root));
   ASSERT_TRUE(verified) << textOf(verified.error());
-  EXPECT_EQ(textOf(verified->content), content);
+  EXPECT_EQ(textOf(verified->content), someContent);
   EXPECT_FALSE(verified->hasExpired);
   const std::vector<Certificate> expected{certificateOf(chain.leaf), certificateOf(chain.intermediate),
                                           certificateOf(chain.root)};
@@ -76,7 +76,7 @@ TEST(CmsSignatureTest, ASignedMessageGivesItsContentAndTheChainWithTheRoot) {
 
 TEST(CmsSignatureTest, TheRootNeedNotBeInTheMessage) {
   const TestChain chain = TestChain::developerId();
-  const auto message = CmsSignature::sign(bytesOf(content), identityWith({chain.leaf, chain.intermediate}));
+  const auto message = CmsSignature::sign(bytesOf(someContent), identityWith({chain.leaf, chain.intermediate}));
   const auto verified = CmsSignature::verify(*message, certificateOf(chain.root));
   ASSERT_TRUE(verified);
   EXPECT_EQ(verified->chain.certificates().size(), 3U);
@@ -85,32 +85,32 @@ TEST(CmsSignatureTest, TheRootNeedNotBeInTheMessage) {
 TEST(CmsSignatureTest, AMessageSignedByAnotherRootIsRefused) {
   const TestChain ours = TestChain::developerId();
   const TestChain theirs = TestChain::developerId();
-  const auto message = CmsSignature::sign(bytesOf(content), identityOf(theirs));
+  const auto message = CmsSignature::sign(bytesOf(someContent), identityOf(theirs));
   EXPECT_EQ(failureOf(*message, ours.root), SigningFailure::chainNotToAnchor);
 }
 
 TEST(CmsSignatureTest, AMissingIntermediateIsRefused) {
   const TestChain chain = TestChain::developerId();
-  const auto message = CmsSignature::sign(bytesOf(content), identityWith({chain.leaf, chain.root}));
+  const auto message = CmsSignature::sign(bytesOf(someContent), identityWith({chain.leaf, chain.root}));
   EXPECT_EQ(failureOf(*message, chain.root), SigningFailure::chainNotToAnchor);
 }
 
 TEST(CmsSignatureTest, ACertificateBesideThePathIsRefused) {
   const TestChain chain = TestChain::developerId();
   const auto message = CmsSignature::sign(
-      bytesOf(content), identityWith({chain.leaf, chain.intermediate, TestChain::developerId().root}));
+      bytesOf(someContent), identityWith({chain.leaf, chain.intermediate, TestChain::developerId().root}));
   EXPECT_EQ(failureOf(*message, chain.root), SigningFailure::messageMalformed);
 }
 
 TEST(CmsSignatureTest, AnIntermediateIsNoAnchor) {
   const TestChain chain = TestChain::developerId();
-  const auto message = CmsSignature::sign(bytesOf(content), identityOf(chain));
+  const auto message = CmsSignature::sign(bytesOf(someContent), identityOf(chain));
   EXPECT_EQ(failureOf(*message, chain.intermediate), SigningFailure::chainNotToAnchor);
 }
 
 TEST(CmsSignatureTest, ASelfSignedLeafIsRefusedEvenAsTheAnchor) {
   const TestCertificate alone = TestCertificate::selfSigned(leafRecipe("Alone"));
-  const auto message = CmsSignature::sign(bytesOf(content), identityWith({alone}));
+  const auto message = CmsSignature::sign(bytesOf(someContent), identityWith({alone}));
   EXPECT_EQ(failureOf(*message, alone), SigningFailure::chainNotToAnchor);
   EXPECT_EQ(failureOf(*message, TestChain::developerId().root), SigningFailure::chainNotToAnchor);
 }
@@ -164,7 +164,7 @@ TEST(CmsSignatureTest, APathOfMoreCertificatesThanAnyoneNeedsIsRefused) {
     certificates.insert(certificates.begin(), certificates.front().issue(authorityRecipe("A" + std::to_string(count))));
   }
   certificates.insert(certificates.begin(), certificates.front().issue(leafRecipe("Leaf")));
-  const auto message = CmsSignature::sign(bytesOf(content), identityWith(certificates));
+  const auto message = CmsSignature::sign(bytesOf(someContent), identityWith(certificates));
   EXPECT_NE(failureOf(*message, certificates.back()), std::nullopt);
 }
 
@@ -173,7 +173,7 @@ TEST(CmsSignatureTest, AnExpiredLeafIsAcceptedAndReported) {
   leaf.validFrom = -std::chrono::hours(48);
   leaf.validTo = -std::chrono::hours(24);
   const TestChain chain = chainWith(leaf);
-  const auto message = CmsSignature::sign(bytesOf(content), identityOf(chain));
+  const auto message = CmsSignature::sign(bytesOf(someContent), identityOf(chain));
   const auto verified = CmsSignature::verify(*message, certificateOf(chain.root));
   ASSERT_TRUE(verified) << textOf(verified.error());
   EXPECT_TRUE(verified->hasExpired);
@@ -217,7 +217,7 @@ TEST(CmsSignatureTest, AMessageWithTwoSignersIsRefused) {
 
 TEST(CmsSignatureTest, AnythingBehindTheMessageIsRefused) {
   const TestChain chain = TestChain::developerId();
-  auto message = CmsSignature::sign(bytesOf(content), identityOf(chain)).value();
+  auto message = CmsSignature::sign(bytesOf(someContent), identityOf(chain)).value();
   message.push_back(std::byte{0});
   EXPECT_EQ(failureOf(message, chain.root), SigningFailure::messageMalformed);
 }
@@ -231,9 +231,9 @@ TEST(CmsSignatureTest, WhatIsNoMessageIsRefused) {
 
 TEST(CmsSignatureTest, TheClaimsOfAMessageCanBeReadWithoutAnAnchor) {
   const TestChain chain = TestChain::developerId();
-  const auto read = CmsSignature::readUnverified(CmsSignature::sign(bytesOf(content), identityOf(chain)).value());
+  const auto read = CmsSignature::readUnverified(CmsSignature::sign(bytesOf(someContent), identityOf(chain)).value());
   ASSERT_TRUE(read);
-  EXPECT_EQ(textOf(read->content), content);
+  EXPECT_EQ(textOf(read->content), someContent);
   const std::vector<Certificate> expected{certificateOf(chain.leaf), certificateOf(chain.intermediate),
                                           certificateOf(chain.root)};
   EXPECT_EQ(read->chain.certificates(), expected);
@@ -254,7 +254,7 @@ class CertificateKeyTest : public testing::Test {
     std::vector<Certificate> chain{Certificate::retaining(issued(key.get(), chain_.intermediate, digest).get()),
                                    certificateOf(chain_.intermediate)};
     const auto identity = SigningIdentity::fromParts(std::move(key), std::move(chain)).value();
-    return failureOf(CmsSignature::sign(bytesOf(content), identity).value(), chain_.root);
+    return failureOf(CmsSignature::sign(bytesOf(someContent), identity).value(), chain_.root);
   }
 
   const TestChain chain_ = TestChain::developerId();
@@ -291,7 +291,7 @@ class CriticalExtensionTest : public CertificateKeyTest {
     const auto identity = SigningIdentity::fromParts(KeyObject(leaf.key()), {Certificate::retaining(extended.get()),
                                                                              certificateOf(chain_.intermediate)})
                               .value();
-    return failureOf(CmsSignature::sign(bytesOf(content), identity).value(), chain_.root);
+    return failureOf(CmsSignature::sign(bytesOf(someContent), identity).value(), chain_.root);
   }
 };
 

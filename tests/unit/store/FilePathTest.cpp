@@ -9,14 +9,14 @@
 namespace wicket {
 namespace {
 
-struct Example {
+struct PathExample {
   std::string_view path;
   std::string_view component;
   std::string_view extension;
 };
 
 TEST(FilePathTest, EveryPathHasItsLastComponentAndItsExtension) {
-  const std::vector<Example> examples{
+  const std::vector<PathExample> examples{
       {"", ".", ""},
       {"/", "/", ""},
       {"//", "/", ""},
