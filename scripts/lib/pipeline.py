@@ -1,0 +1,122 @@
+# SPDX-License-Identifier: MIT
+# SPDX-FileCopyrightText: 2026 the Wicket helper authors
+"""Commands that run side by side, some after others, each with a log of its own."""
+
+import os
+import signal
+import subprocess
+import threading
+import time
+from dataclasses import dataclass, field
+from pathlib import Path
+
+SKIPPED = 77
+LINES_SHOWN = 400
+
+
+@dataclass
+class Task:
+    name: str
+    command: list
+    after: list = field(default_factory=list)  # the names of those that must have passed
+    lane: str = ""  # of those in one lane one runs at a time, in their order
+    is_suite: bool = False  # it waits more than it works; anything else only gets what the suites leave
+    may_skip: bool = False  # it ends with 77 where the machine does not allow it, and says why
+
+    def log(self, folder: Path):
+        return folder / f"{self.name.replace(' ', '-')}.log"
+
+
+class Pipeline:
+    """Runs tasks until all have passed or one has failed, which ends the others."""
+
+    def __init__(self, tasks, logs: Path):
+        self._tasks = tasks
+        self._logs = logs
+        self._waiting = list(tasks)
+        self._running = {}  # task -> its process, which leads a group
+        self._began = {}
+        self._passed = set()
+        self._changed = threading.Condition()
+        self._failed = None
+
+    def run(self):
+        self._logs.mkdir(parents=True, exist_ok=True)
+        try:
+            with self._changed:
+                while self._failed is None and (self._waiting or self._running):
+                    self._start_what_can()
+                    self._changed.wait()
+        finally:
+            self._end_all()
+        return self._failed is None
+
+    def _start_what_can(self):
+        names = {task.name for task in self._tasks}
+        busy_lanes = {task.lane for task in self._running.values() if task.lane}
+        for task in list(self._waiting):
+            if task.lane and task.lane in busy_lanes:
+                continue
+            if task.lane:
+                busy_lanes.add(task.lane)  # those behind it in its lane do not overtake it
+            if all(name in self._passed or name not in names for name in task.after):
+                self._start(task)
+
+    def _start(self, task):
+        self._waiting.remove(task)
+        self._began[task.name] = time.monotonic()
+        print(f"== {task.name}", flush=True)
+        with open(task.log(self._logs), "wb") as log:
+            process = subprocess.Popen(task.command, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT,
+                                       start_new_session=True)
+        if not task.is_suite:
+            # Inherited by what it starts from now on: the suites bound times, the compilers do not.
+            os.sched_setscheduler(process.pid, os.SCHED_IDLE, os.sched_param(0))
+        self._running[process] = task
+        threading.Thread(target=self._await, args=(process, task), daemon=True).start()
+
+    def _await(self, process, task):
+        status = process.wait()
+        with self._changed:
+            if self._running.pop(process, None) is not None and self._failed is None:
+                self._conclude(task, status)
+            self._changed.notify_all()
+
+    def _conclude(self, task, status):
+        took = f"{time.monotonic() - self._began[task.name]:.0f} s"
+        if status == 0:
+            self._passed.add(task.name)
+            print(f"== {task.name}: done in {took}", flush=True)
+        elif status == SKIPPED and task.may_skip:
+            self._passed.add(task.name)
+            print(f"== {task.name}: SKIPPED\n{self._end_of_log(task, 3)}", flush=True)
+        else:
+            self._failed = task
+            print(f"== {task.name}: FAILED after {took} (status {status}), {task.log(self._logs)}\n"
+                  f"{self._end_of_log(task, LINES_SHOWN)}", flush=True)
+
+    def _end_of_log(self, task, count):
+        lines = task.log(self._logs).read_text(encoding="utf-8", errors="replace").splitlines()
+        return "\n".join(lines[-count:])
+
+    def _end_all(self):
+        """Politely, so that containers and what else a task has built up are taken down."""
+        with self._changed:
+            left = dict(self._running)
+            self._running.clear()
+        for process in left:
+            send(process, signal.SIGTERM)
+        for process in left:
+            try:
+                process.wait(timeout=30)
+            except subprocess.TimeoutExpired:
+                send(process, signal.SIGKILL)
+                process.wait()
+
+
+def send(process, number):
+    """To the group that it leads, if there still is one."""
+    try:
+        os.killpg(process.pid, number)
+    except ProcessLookupError:
+        pass
