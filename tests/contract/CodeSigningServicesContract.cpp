@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <array>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/contract/InstalledCompanion.h"
 #include "tests/doubles/ScriptedCodeSigningServices.h"
+#include "tests/support/Machine.h"
 
 namespace wicket::contract {
 namespace {
@@ -19,6 +21,7 @@ using Body = std::function<void(Scene)>;
 
 /// A companion that is installed and runs.
 struct RealSignatures {
+  static constexpr std::array needs{support::Need::root, support::Need::mountNamespace};
   static bool with(const Body& body) {
     return withInstalledCompanion([&](InstalledCompanion& companion) {
       const auto client = companion.connect();
@@ -32,6 +35,7 @@ struct RealSignatures {
 
 /// A companion that the test has made up; its failures have to be arranged.
 struct ScriptedSignatures {
+  static constexpr std::array<support::Need, 0> needs{};
   static bool with(const Body& body) {
     doubles::ScriptedCodeSigningServices services;
     body({services, {}, {}});
@@ -54,9 +58,10 @@ struct ScriptedSignatures {
 template <typename World>
 class CodeSigningServicesContract : public testing::Test {
  protected:
-  static void with(const Body& body) {
-    if (!World::with(body)) GTEST_SKIP() << "the kernel gives this process no mount namespace";
+  void SetUp() override {
+    for (const auto need : World::needs) WICKET_NEEDS(need);
   }
+  static void with(const Body& body) { ASSERT_TRUE(World::with(body)); }
 };
 
 struct Names {
