@@ -27,14 +27,14 @@ class AuthorizationServicesContract : public testing::Test {
   std::optional<World> world_;
 };
 
-using Worlds = testing::Types<ScriptedWorld, PolkitWorld>;
-struct WorldNames {
+using AuthorizationWorldTypes = testing::Types<ScriptedWorld, PolkitWorld>;
+struct AuthorizationWorldNames {
   template <typename World>
   static std::string GetName(int) {
     return std::is_same_v<World, PolkitWorld> ? "Polkit" : "Double";
   }
 };
-TYPED_TEST_SUITE(AuthorizationServicesContract, Worlds, WorldNames);
+TYPED_TEST_SUITE(AuthorizationServicesContract, AuthorizationWorldTypes, AuthorizationWorldNames);
 
 TYPED_TEST(AuthorizationServicesContract, TheFormOfALiveClientBecomesAReference) {
   const auto reference = this->services().createFromExternalForm(this->world_->form());

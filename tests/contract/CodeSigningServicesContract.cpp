@@ -12,17 +12,17 @@ namespace wicket::contract {
 namespace {
 
 /// What a world offers: the services, a companion's token, and one that names nobody.
-struct Scene {
+struct SignatureScene {
   CodeSigningServices& services;
   AuditTokenData companion;
   AuditTokenData nobody;
 };
-using Body = std::function<void(Scene)>;
+using SceneBody = std::function<void(SignatureScene)>;
 
 /// A companion that is installed and runs.
 struct RealSignatures {
   static constexpr std::array needs{support::Need::root, support::Need::mountNamespace};
-  static bool with(const Body& body) {
+  static bool with(const SceneBody& body) {
     return withInstalledCompanion([&](InstalledCompanion& companion) {
       const auto client = companion.connect();
       body({companion.services(), client.token, {}});
@@ -36,7 +36,7 @@ struct RealSignatures {
 /// A companion that the test has made up; its failures have to be arranged.
 struct ScriptedSignatures {
   static constexpr std::array<support::Need, 0> needs{};
-  static bool with(const Body& body) {
+  static bool with(const SceneBody& body) {
     doubles::ScriptedCodeSigningServices services;
     body({services, {}, {}});
     return true;
@@ -61,20 +61,20 @@ class CodeSigningServicesContract : public testing::Test {
   void SetUp() override {
     for (const auto need : World::needs) WICKET_NEEDS(need);
   }
-  static void with(const Body& body) { ASSERT_TRUE(World::with(body)); }
+  static void with(const SceneBody& body) { ASSERT_TRUE(World::with(body)); }
 };
 
-struct Names {
+struct SignatureWorldNames {
   template <typename World>
   static std::string GetName(int /*index*/) {
     return std::is_same_v<World, RealSignatures> ? "Real" : "Double";
   }
 };
-using Worlds = testing::Types<RealSignatures, ScriptedSignatures>;
-TYPED_TEST_SUITE(CodeSigningServicesContract, Worlds, Names);
+using SignatureWorldTypes = testing::Types<RealSignatures, ScriptedSignatures>;
+TYPED_TEST_SUITE(CodeSigningServicesContract, SignatureWorldTypes, SignatureWorldNames);
 
 TYPED_TEST(CodeSigningServicesContract, ACompanionIsFoundHardenedEntitledToNothingAndValid) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     const auto code = scene.services.copyGuestWithAttributes(scene.companion);
     ASSERT_TRUE(code);
     ASSERT_NE(*code, nullptr);
@@ -92,7 +92,7 @@ TYPED_TEST(CodeSigningServicesContract, ACompanionIsFoundHardenedEntitledToNothi
 }
 
 TYPED_TEST(CodeSigningServicesContract, ATokenOfNobodyIsNoCode) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     TypeParam::failToFind(scene.services);
     const auto code = scene.services.copyGuestWithAttributes(scene.nobody);
     ASSERT_FALSE(code);
@@ -101,7 +101,7 @@ TYPED_TEST(CodeSigningServicesContract, ATokenOfNobodyIsNoCode) {
 }
 
 TYPED_TEST(CodeSigningServicesContract, ATextThatIsNoRequirementDoesNotCompile) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     TypeParam::failToCompile(scene.services);
     const auto requirement = scene.services.createRequirement("identifier and");
     ASSERT_FALSE(requirement);
@@ -110,7 +110,7 @@ TYPED_TEST(CodeSigningServicesContract, ATextThatIsNoRequirementDoesNotCompile) 
 }
 
 TYPED_TEST(CodeSigningServicesContract, ARequirementThatIsNotMetIsAStatus) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     TypeParam::failToMeet(scene.services);
     const auto code = scene.services.copyGuestWithAttributes(scene.companion);
     ASSERT_TRUE(code);
@@ -121,7 +121,7 @@ TYPED_TEST(CodeSigningServicesContract, ARequirementThatIsNotMetIsAStatus) {
 }
 
 TYPED_TEST(CodeSigningServicesContract, AReferenceOutlivesItsCode) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     auto code = scene.services.copyGuestWithAttributes(scene.companion);
     ASSERT_TRUE(code);
     const auto staticCode = scene.services.copyStaticCode(**code);

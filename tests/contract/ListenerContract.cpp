@@ -19,8 +19,8 @@ class ListenerContract : public testing::Test {
   World world_;
 };
 
-using Worlds = testing::Types<RealClients, DoubledClients>;
-TYPED_TEST_SUITE(ListenerContract, Worlds, ClientWorldNames);
+using ListenerWorldTypes = testing::Types<RealClients, DoubledClients>;
+TYPED_TEST_SUITE(ListenerContract, ListenerWorldTypes, ClientWorldNames);
 
 TYPED_TEST(ListenerContract, NobodyIsAcceptedBeforeTheListenerIsResumed) {
   this->world_.listener().setDelegate(this->delegate_);

@@ -62,8 +62,8 @@ class MainQueueContract : public testing::Test {
   std::vector<std::string> fired_;
 };
 
-using Worlds = testing::Types<RealTime, VirtualTime>;
-TYPED_TEST_SUITE(MainQueueContract, Worlds, TimeNames);
+using QueueWorldTypes = testing::Types<RealTime, VirtualTime>;
+TYPED_TEST_SUITE(MainQueueContract, QueueWorldTypes, TimeNames);
 
 TYPED_TEST(MainQueueContract, APassLastsItsFullTimeWhateverRuns) {
   (void)this->arm(10ms, "a");

@@ -72,14 +72,14 @@ class UnifiedLogContract : public testing::Test {
   std::optional<World> world_;
 };
 
-struct WorldNames {
+struct LogWorldNames {
   template <typename World>
   static std::string GetName(int) {
     return std::is_same_v<World, Journal> ? "Journal" : "Double";
   }
 };
-using Worlds = testing::Types<RecordedLog, Journal>;
-TYPED_TEST_SUITE(UnifiedLogContract, Worlds, WorldNames);
+using LogWorldTypes = testing::Types<RecordedLog, Journal>;
+TYPED_TEST_SUITE(UnifiedLogContract, LogWorldTypes, LogWorldNames);
 
 TYPED_TEST(UnifiedLogContract, TheLogIsThereAndTakesFaults) {
   EXPECT_TRUE(this->world_->log().isAvailable());
