@@ -128,9 +128,9 @@ TEST_F(BusConnectionReplyTest, ACallThatBlocksHoldsUpNeitherOtherClientsNorItsOw
   const auto serial = client->startRun("script");
   ASSERT_TRUE(client->flush());
   ASSERT_THAT(object_.awaitEvents(1), ElementsAre("runCommand script"));
-  EXPECT_TRUE(answersOthers());
+  ASSERT_TRUE(answersOthers());
   delegate_.await(0)->remoteObjectProxy()->logWithStdOut("meanwhile");
-  EXPECT_TRUE(client->awaitLog("meanwhile"));
+  ASSERT_TRUE(client->awaitLog("meanwhile"));
   EXPECT_FALSE(client->hasReply(serial));
   gate_.open();
   EXPECT_EQ(client->awaitCode(serial), 0);
