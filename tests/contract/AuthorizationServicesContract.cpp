@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <gtest/gtest.h>
+#include <optional>
 
 #include "tests/contract/AuthorizationWorlds.h"
 
@@ -11,67 +12,71 @@ namespace {
 template <typename World>
 class AuthorizationServicesContract : public testing::Test {
  protected:
-  AuthorizationServices& services() { return world_.services(); }
+  void SetUp() override {
+    for (const auto need : World::needs) WICKET_NEEDS(need);
+    world_.emplace();
+  }
+  AuthorizationServices& services() { return world_->services(); }
 
   AuthorizationStatus ask() {
-    const auto reference = services().createFromExternalForm(world_.form());
+    const auto reference = services().createFromExternalForm(world_->form());
     if (!reference) return reference.error();
     return services().copyRights(**reference, installRight);
   }
 
-  World world_;
+  std::optional<World> world_;
 };
 
-using AuthorizationKinds = testing::Types<ScriptedWorld, PolkitWorld>;
-struct WorldNames {
+using AuthorizationWorldTypes = testing::Types<ScriptedWorld, PolkitWorld>;
+struct AuthorizationWorldNames {
   template <typename World>
   static std::string GetName(int) {
     return std::is_same_v<World, PolkitWorld> ? "Polkit" : "Double";
   }
 };
-TYPED_TEST_SUITE(AuthorizationServicesContract, AuthorizationKinds, WorldNames);
+TYPED_TEST_SUITE(AuthorizationServicesContract, AuthorizationWorldTypes, AuthorizationWorldNames);
 
 TYPED_TEST(AuthorizationServicesContract, TheFormOfALiveClientBecomesAReference) {
-  const auto reference = this->services().createFromExternalForm(this->world_.form());
+  const auto reference = this->services().createFromExternalForm(this->world_->form());
   ASSERT_TRUE(reference);
   EXPECT_NE(*reference, nullptr);
 }
 
 TYPED_TEST(AuthorizationServicesContract, TheFormOfAClientThatIsGoneIsDenied) {
-  const auto form = this->world_.form();
-  this->world_.endClient();
+  const auto form = this->world_->form();
+  this->world_->endClient();
   const auto reference = this->services().createFromExternalForm(form);
   ASSERT_FALSE(reference);
   EXPECT_EQ(reference.error(), authorization_status::denied);
 }
 
 TYPED_TEST(AuthorizationServicesContract, ARightThatTheSystemGrantsIsObtained) {
-  this->world_.decide(Decision::grant);
+  this->world_->decide(Decision::grant);
   EXPECT_EQ(this->ask(), authorization_status::success);
 }
 
 TYPED_TEST(AuthorizationServicesContract, ARightThatTheSystemRefusesIsDenied) {
-  this->world_.decide(Decision::deny);
+  this->world_->decide(Decision::deny);
   EXPECT_EQ(this->ask(), authorization_status::denied);
 }
 
 TYPED_TEST(AuthorizationServicesContract, AUserWhoAuthenticatesObtainsTheRight) {
-  this->world_.decide(Decision::userAuthenticates);
+  this->world_->decide(Decision::userAuthenticates);
   EXPECT_EQ(this->ask(), authorization_status::success);
 }
 
 TYPED_TEST(AuthorizationServicesContract, AUserWhoFailsToAuthenticateIsDenied) {
-  this->world_.decide(Decision::userFails);
+  this->world_->decide(Decision::userFails);
   EXPECT_EQ(this->ask(), authorization_status::denied);
 }
 
 TYPED_TEST(AuthorizationServicesContract, AUserWhoClosesTheDialogCancels) {
-  this->world_.decide(Decision::userDismisses);
+  this->world_->decide(Decision::userDismisses);
   EXPECT_EQ(this->ask(), authorization_status::canceled);
 }
 
 TYPED_TEST(AuthorizationServicesContract, WithoutADialogNoInteractionIsPossible) {
-  this->world_.decide(Decision::nobodyToAsk);
+  this->world_->decide(Decision::nobodyToAsk);
   EXPECT_EQ(this->ask(), authorization_status::interactionNotAllowed);
 }
 

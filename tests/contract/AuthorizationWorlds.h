@@ -2,16 +2,20 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 #include "adapters/linux/CallingClient.h"
 #include "adapters/linux/PolkitAuthorizationServices.h"
 #include "adapters/linux/ProcessIdentity.h"
 #include "tests/doubles/ScriptedAuthorizationServices.h"
+#include "tests/support/Machine.h"
 #include "tests/support/PolkitAgent.h"
 #include "tests/support/PolkitSandbox.h"
 #include "tests/support/PrivateFolders.h"
@@ -43,6 +47,8 @@ class AuthorizationWorld {
 
 class ScriptedWorld : public AuthorizationWorld {
  public:
+  static constexpr std::array<support::Need, 0> needs{};
+
   AuthorizationServices& services() override { return services_; }
   AuthorizationExternalForm form() override { return {}; }
   void endClient() override { services_.setCreationStatus(authorization_status::denied); }
@@ -71,6 +77,8 @@ class ScriptedWorld : public AuthorizationWorld {
 /// The real polkit in a private namespace; its client is a process of an ordinary user.
 class PolkitWorld : public AuthorizationWorld {
  public:
+  static constexpr std::array needs{support::Need::root, support::Need::mountNamespace};
+
   PolkitWorld() {
     if (const auto reason = support::PrivateNamespace::enter()) throw std::runtime_error(*reason);
     if (!folders_.replace("/run")) throw std::runtime_error("/run cannot be replaced");
@@ -88,8 +96,8 @@ class PolkitWorld : public AuthorizationWorld {
     if (decision == Decision::userDismisses) startAgent(support::PolkitAgent::Behaviour::dismisses);
   }
 
-  void startAgent(support::PolkitAgent::Behaviour behaviour, std::chrono::milliseconds delay = {}) {
-    agent_ = support::PolkitAgent::start(client_.pid(), behaviour, delay);
+  void startAgent(support::PolkitAgent::Behaviour behaviour, std::function<void()> thinks = {}) {
+    agent_ = support::PolkitAgent::start(client_.pid(), behaviour, std::move(thinks));
     if (agent_ == nullptr) throw std::runtime_error("polkit refused the agent");
   }
   [[nodiscard]] wire::AuthorizationToken token() const {

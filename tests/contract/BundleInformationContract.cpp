@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <cstdint>
 #include <cstdlib>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <optional>
 #include <plist/plist.h>
@@ -10,6 +11,7 @@
 #include <type_traits>
 
 #include "adapters/linux/EmbeddedBundleInformation.h"
+#include "codesign/RequirementParser.h"
 #include "resources/EmbeddedPropertyLists.h"
 #include "tests/doubles/FixedBundleInformation.h"
 
@@ -123,10 +125,9 @@ TEST(EmbeddedPropertyListsTest, OneRequirementDescribesTheClient) {
       "/* exists */ or certificate 1[field.1.2.840.113635.100.6.2.6] /* exists */ and certificate "
       "leaf[field.1.2.840.113635.100.6.1.13] /* exists */ and certificate leaf[subject.OU] = ";
   ASSERT_TRUE(requirement.starts_with(expected)) << requirement;
-  const std::string rest = requirement.substr(expected.size());
-  EXPECT_TRUE(rest.size() > 1 && rest.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789") == rest.size() - 1 &&
-              rest.ends_with(')'))
-      << rest;
+  // The language takes a text that begins with a digit in quotes only.
+  EXPECT_THAT(requirement.substr(expected.size()), testing::MatchesRegex("([A-Z][A-Z0-9]*|\"[0-9][A-Z0-9]*\")\\)"));
+  EXPECT_TRUE(codesign::RequirementParser::parse(requirement)) << requirement;
 }
 
 TEST(EmbeddedPropertyListsTest, TheJobDescriptionOffersOneService) {

@@ -14,14 +14,22 @@ using namespace std::chrono_literals;
 using namespace std::string_literals;
 using testing::ElementsAre;
 
-using BusConnectionReplyTest = RealListener;
+class BusConnectionReplyTest : public RealListener {
+ protected:
+  OnCode waitingForTheGate() {
+    return [this](const HelperProtocol::CodeCompletion& completion) {
+      gate_.pass();
+      completion(0);
+    };
+  }
+};
 
 TEST_F(BusConnectionReplyTest, ASecondCallOfACompletionIsASignalWithTheSerialOfTheRequest) {
   std::promise<HelperProtocol::CodeCompletion> kept;
-  object_.onCode = [&](const HelperProtocol::CodeCompletion& completion) {
+  const auto answers = answerBy([&](const HelperProtocol::CodeCompletion& completion) {
     completion(reply_code::success);
     kept.set_value(completion);
-  };
+  });
   const auto client = connect();
   (void)client->await(client->startVersion());
   const auto serial = client->startRun("script");
@@ -39,7 +47,7 @@ TEST_F(BusConnectionReplyTest, EveryFurtherCallOfACompletionIsOneMoreSignalAndNe
   const auto client = connect();
   const auto serial = client->startRun("script");
   EXPECT_EQ(client->awaitCode(serial), 0);
-  EXPECT_TRUE(client->pumpUntil([&] { return client->laterReports(serial).size() == 2; }, patience));
+  EXPECT_TRUE(client->pumpUntil([&] { return client->laterReports(serial).size() == 2; }));
   EXPECT_EQ(client->laterReports(serial).at(0).value, 3);
   EXPECT_EQ(client->laterReports(serial).at(1).value, 4);
 }
@@ -87,13 +95,13 @@ TEST_F(BusConnectionReplyTest, AOneWayCallIsAnsweredOnceItHasReturnedIfTheClient
 
 TEST_F(BusConnectionReplyTest, RepliesSignalsAndLinesArriveInTheOrderTheyWereProduced) {
   std::shared_ptr<AppProtocol> proxy;
-  object_.onCode = [&](const HelperProtocol::CodeCompletion& completion) {
+  const auto answers = answerBy([&](const HelperProtocol::CodeCompletion& completion) {
     proxy->logWithStdOut("one");
     completion(0);
     proxy->logWithStdOut("two");
     completion(7);
     proxy->logWithStdOut("three");
-  };
+  });
   const auto client = connect();
   (void)client->await(client->startVersion());
   proxy = delegate_.await(0)->remoteObjectProxy();
@@ -104,12 +112,10 @@ TEST_F(BusConnectionReplyTest, RepliesSignalsAndLinesArriveInTheOrderTheyWerePro
     const std::size_t lines = order.size();
     const bool hadReply = client->hasReply(serial);
     const bool hadReport = !client->laterReports(serial).empty();
-    ASSERT_TRUE(client->pumpUntil(
-        [&] {
-          return order.size() != lines || client->hasReply(serial) != hadReply ||
-                 client->laterReports(serial).empty() == hadReport;
-        },
-        patience));
+    ASSERT_TRUE(client->pumpUntil([&] {
+      return order.size() != lines || client->hasReply(serial) != hadReply ||
+             client->laterReports(serial).empty() == hadReport;
+    }));
     if (client->hasReply(serial) != hadReply) order.emplace_back("reply");
     if (client->laterReports(serial).empty() == hadReport) order.emplace_back("called again");
   }
@@ -117,76 +123,68 @@ TEST_F(BusConnectionReplyTest, RepliesSignalsAndLinesArriveInTheOrderTheyWerePro
 }
 
 TEST_F(BusConnectionReplyTest, ACallThatBlocksHoldsUpNeitherOtherClientsNorItsOwnLines) {
-  std::promise<void> release;
-  object_.onCode = [future = release.get_future().share()](const HelperProtocol::CodeCompletion& completion) {
-    future.wait();
-    completion(0);
-  };
+  object_.onCode = waitingForTheGate();
   const auto client = connect();
   const auto serial = client->startRun("script");
-  client->pumpFor(50ms);
-  EXPECT_TRUE(answersOthersWithin(100ms));
+  ASSERT_TRUE(client->flush());
+  ASSERT_THAT(object_.awaitEvents(1), ElementsAre("runCommand script"));
+  ASSERT_TRUE(answersOthers());
   delegate_.await(0)->remoteObjectProxy()->logWithStdOut("meanwhile");
-  EXPECT_TRUE(client->awaitLog("meanwhile", 100ms));
+  ASSERT_TRUE(client->awaitLog("meanwhile"));
   EXPECT_FALSE(client->hasReply(serial));
-  release.set_value();
+  gate_.open();
   EXPECT_EQ(client->awaitCode(serial), 0);
 }
 
 TEST_F(BusConnectionReplyTest, AnInvalidationCutsTheClientAtOnceWhileItsCallGoesOn) {
-  std::promise<void> release;
-  object_.onCode = [&, future = release.get_future().share()](const HelperProtocol::CodeCompletion& completion) {
-    future.wait();
+  object_.onCode = [this](const HelperProtocol::CodeCompletion& completion) {
+    gate_.pass();
     completion(0);
     object_.record("returned");
   };
   const auto client = connect();
   (void)client->startRun("script");
-  client->pumpFor(50ms);
+  ASSERT_TRUE(client->flush());
+  ASSERT_THAT(object_.awaitEvents(1), ElementsAre("runCommand script"));
   delegate_.await(0)->invalidate();
-  EXPECT_TRUE(client->awaitClosed(100ms));
+  EXPECT_TRUE(client->awaitClosed());
   EXPECT_THAT(object_.events(), ElementsAre("runCommand script"));
-  release.set_value();
+  gate_.open();
   EXPECT_THAT(object_.awaitEvents(3), ElementsAre("runCommand script", "returned", "invalidated"));
 }
 
 TEST_F(BusConnectionReplyTest, ACallThatWaitsBehindARunningOneIsNotDeliveredAfterAnInvalidation) {
-  std::promise<void> release;
-  object_.onCode = [future = release.get_future().share()](const HelperProtocol::CodeCompletion& completion) {
-    future.wait();
-    completion(0);
-  };
+  object_.onCode = waitingForTheGate();
   const auto client = connect();
   (void)client->startRun("first");
   (void)client->startRun("second");
-  client->pumpFor(100ms);
+  ASSERT_TRUE(client->flush());
+  ASSERT_THAT(object_.awaitEvents(1), ElementsAre("runCommand first"));
+  const auto later = connectAndGreet();
   delegate_.await(0)->invalidate();
-  release.set_value();
+  gate_.open();
   EXPECT_THAT(object_.awaitEvents(2), ElementsAre("runCommand first", "invalidated"));
 }
 
 TEST_F(BusConnectionReplyTest, CallsThatWaitBehindARunningOneAreDeliveredAfterTheClientHasClosed) {
-  std::promise<void> release;
-  object_.onCode = [future = release.get_future().share()](const HelperProtocol::CodeCompletion& completion) {
-    future.wait();
-    completion(0);
-  };
+  object_.onCode = waitingForTheGate();
   auto client = connect();
   (void)client->startRun("first");
   (void)client->startRun("second");
-  client->pumpFor(100ms);
+  ASSERT_TRUE(client->flush());
+  ASSERT_THAT(object_.awaitEvents(1), ElementsAre("runCommand first"));
   client.reset();
-  std::this_thread::sleep_for(100ms);
-  release.set_value();
+  const auto later = connectAndGreet();
+  gate_.open();
   EXPECT_THAT(object_.awaitEvents(3), ElementsAre("runCommand first", "runCommand second", "invalidated"));
 }
 
 TEST_F(BusConnectionReplyTest, ACompletionMayOutliveItsConnection) {
   std::promise<HelperProtocol::CodeCompletion> kept;
-  object_.onCode = [&](const HelperProtocol::CodeCompletion& completion) { kept.set_value(completion); };
+  const auto answers = answerBy([&](const HelperProtocol::CodeCompletion& completion) { kept.set_value(completion); });
   auto client = connect();
   (void)client->startRun("script");
-  client->pumpFor(50ms);
+  ASSERT_TRUE(client->flush());
   const auto completion = kept.get_future().get();
   client.reset();
   EXPECT_THAT(object_.awaitEvents(2), ElementsAre("runCommand script", "invalidated"));

@@ -27,8 +27,8 @@ class ChildProcessContract : public testing::Test {
   support::ChildRecorder recorder_;
 };
 
-using ChildKinds = testing::Types<RealChildren, ScriptedChildren>;
-TYPED_TEST_SUITE(ChildProcessContract, ChildKinds);
+using ChildWorldTypes = testing::Types<RealChildren, ScriptedChildren>;
+TYPED_TEST_SUITE(ChildProcessContract, ChildWorldTypes);
 
 TYPED_TEST(ChildProcessContract, EachStreamReachesItsOwnHandler) {
   const auto child = this->start();

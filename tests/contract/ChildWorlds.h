@@ -33,6 +33,7 @@ class RealChildren {
 
   void writeOutput(const std::string& text) { order(orders_, "printf %s '" + text + "'"); }
   void writeError(const std::string& text) { order(orders_, "printf %s '" + text + "' >&2"); }
+  void closeStreams() { order(orders_, "exec >&- 2>&-"); }
   void exit(int status) { order(orders_, "exit " + std::to_string(status)); }
   void die(int signal) { order(orders_, "kill -" + std::to_string(signal) + " $$"); }
 

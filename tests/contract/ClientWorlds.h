@@ -21,11 +21,12 @@
 #include "tests/doubles/RecordingConnection.h"
 #include "tests/doubles/RecordingHelperObject.h"
 #include "tests/support/BusClient.h"
+#include "tests/support/Patience.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace wicket::contract {
 
-inline constexpr std::chrono::seconds patience{10};
+using support::patience;
 
 /// Keeps the connections that were offered; what it decides is set by the test.
 class TestDelegate : public ListenerDelegate {
@@ -33,8 +34,11 @@ class TestDelegate : public ListenerDelegate {
   explicit TestDelegate(doubles::RecordingHelperObject& object) : object_(object) {}
   TestDelegate(const TestDelegate&) = delete;
   TestDelegate& operator=(const TestDelegate&) = delete;
-  /// Waits for the end of all connections: their threads use the object and the delegate.
-  ~TestDelegate() override {
+  ~TestDelegate() override { awaitEnds(); }
+
+  /// Waits for the end of all connections, whose threads use the object and the delegate. Nobody else may keep one,
+  /// and the listener has to be gone.
+  void awaitEnds() {
     const std::vector<std::weak_ptr<Connection>> all(connections_.begin(), connections_.end());
     connections_.clear();
     const auto isGone = [](const std::weak_ptr<Connection>& connection) { return connection.expired(); };
@@ -108,19 +112,21 @@ class RealClients {
    public:
     explicit Client(std::unique_ptr<support::BusClient> bus) : bus_(std::move(bus)) {}
     /// Says who it is, and sends nothing.
-    void greet() { bus_->pumpFor(std::chrono::milliseconds(50)); }
+    void greet() { (void)bus_->flush(); }
+    /// The same where nobody listens to it.
+    void greetInVain() { (void)bus_->flush(std::chrono::milliseconds(100)); }
     void removeScript(const std::string& name) {
       (void)bus_->startUninstallNamed(name);
-      bus_->pumpFor(std::chrono::milliseconds(20));
+      (void)bus_->flush();
     }
     void close() { bus_.reset(); }
     [[nodiscard]] std::vector<std::string> awaitLines(std::size_t count) {
-      bus_->pumpUntil([&] { return bus_->chunks().size() >= count; }, patience);
+      bus_->pumpUntil([&] { return bus_->chunks().size() >= count; });
       std::vector<std::string> lines;
       for (const auto& chunk : bus_->chunks()) lines.push_back(chunk.text);
       return lines;
     }
-    [[nodiscard]] bool isCut() { return bus_->awaitClosed(patience); }
+    [[nodiscard]] bool isCut() { return bus_->awaitClosed(); }
 
    private:
     std::unique_ptr<support::BusClient> bus_;
@@ -128,7 +134,7 @@ class RealClients {
 
   Listener& listener() { return listener_; }
   Client connect() { return Client(support::BusClient::connect(socket_.path())); }
-  /// Something runs or is queued on threads of the platform: gives it time.
+  /// Gives what must not happen, on threads of the platform, the time to happen.
   void settle() { std::this_thread::sleep_for(std::chrono::milliseconds(100)); }
 
  private:
@@ -146,6 +152,7 @@ class DoubledClients {
     void greet() {
       if (!std::exchange(hasGreeted_, true)) wasRefused_ = listener_.offer(connection_) == false;
     }
+    void greetInVain() { greet(); }
     void removeScript(const std::string& name) {
       greet();
       connection_->send([name](HelperProtocol& object) { object.uninstallScriptWithFilename(name, [](ReplyCode) {}); });

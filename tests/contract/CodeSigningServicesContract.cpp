@@ -1,25 +1,28 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <array>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/contract/InstalledCompanion.h"
 #include "tests/doubles/ScriptedCodeSigningServices.h"
+#include "tests/support/Machine.h"
 
 namespace wicket::contract {
 namespace {
 
 /// What a world offers: the services, a companion's token, and one that names nobody.
-struct Scene {
+struct SignatureScene {
   CodeSigningServices& services;
   AuditTokenData companion;
   AuditTokenData nobody;
 };
-using Body = std::function<void(Scene)>;
+using SceneBody = std::function<void(SignatureScene)>;
 
 /// A companion that is installed and runs.
 struct RealSignatures {
-  static bool with(const Body& body) {
+  static constexpr std::array needs{support::Need::root, support::Need::mountNamespace};
+  static bool with(const SceneBody& body) {
     return withInstalledCompanion([&](InstalledCompanion& companion) {
       const auto client = companion.connect();
       body({companion.services(), client.token, {}});
@@ -32,7 +35,8 @@ struct RealSignatures {
 
 /// A companion that the test has made up; its failures have to be arranged.
 struct ScriptedSignatures {
-  static bool with(const Body& body) {
+  static constexpr std::array<support::Need, 0> needs{};
+  static bool with(const SceneBody& body) {
     doubles::ScriptedCodeSigningServices services;
     body({services, {}, {}});
     return true;
@@ -54,22 +58,23 @@ struct ScriptedSignatures {
 template <typename World>
 class CodeSigningServicesContract : public testing::Test {
  protected:
-  static void with(const Body& body) {
-    if (!World::with(body)) GTEST_SKIP() << "the kernel gives this process no mount namespace";
+  void SetUp() override {
+    for (const auto need : World::needs) WICKET_NEEDS(need);
   }
+  static void with(const SceneBody& body) { ASSERT_TRUE(World::with(body)); }
 };
 
-struct SignatureNames {
+struct SignatureWorldNames {
   template <typename World>
   static std::string GetName(int /*index*/) {
     return std::is_same_v<World, RealSignatures> ? "Real" : "Double";
   }
 };
-using SignatureKinds = testing::Types<RealSignatures, ScriptedSignatures>;
-TYPED_TEST_SUITE(CodeSigningServicesContract, SignatureKinds, SignatureNames);
+using SignatureWorldTypes = testing::Types<RealSignatures, ScriptedSignatures>;
+TYPED_TEST_SUITE(CodeSigningServicesContract, SignatureWorldTypes, SignatureWorldNames);
 
 TYPED_TEST(CodeSigningServicesContract, ACompanionIsFoundHardenedEntitledToNothingAndValid) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     const auto code = scene.services.copyGuestWithAttributes(scene.companion);
     ASSERT_TRUE(code);
     ASSERT_NE(*code, nullptr);
@@ -87,7 +92,7 @@ TYPED_TEST(CodeSigningServicesContract, ACompanionIsFoundHardenedEntitledToNothi
 }
 
 TYPED_TEST(CodeSigningServicesContract, ATokenOfNobodyIsNoCode) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     TypeParam::failToFind(scene.services);
     const auto code = scene.services.copyGuestWithAttributes(scene.nobody);
     ASSERT_FALSE(code);
@@ -96,7 +101,7 @@ TYPED_TEST(CodeSigningServicesContract, ATokenOfNobodyIsNoCode) {
 }
 
 TYPED_TEST(CodeSigningServicesContract, ATextThatIsNoRequirementDoesNotCompile) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     TypeParam::failToCompile(scene.services);
     const auto requirement = scene.services.createRequirement("identifier and");
     ASSERT_FALSE(requirement);
@@ -105,7 +110,7 @@ TYPED_TEST(CodeSigningServicesContract, ATextThatIsNoRequirementDoesNotCompile) 
 }
 
 TYPED_TEST(CodeSigningServicesContract, ARequirementThatIsNotMetIsAStatus) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     TypeParam::failToMeet(scene.services);
     const auto code = scene.services.copyGuestWithAttributes(scene.companion);
     ASSERT_TRUE(code);
@@ -116,7 +121,7 @@ TYPED_TEST(CodeSigningServicesContract, ARequirementThatIsNotMetIsAStatus) {
 }
 
 TYPED_TEST(CodeSigningServicesContract, AReferenceOutlivesItsCode) {
-  this->with([](const Scene& scene) {
+  this->with([](const SignatureScene& scene) {
     auto code = scene.services.copyGuestWithAttributes(scene.companion);
     ASSERT_TRUE(code);
     const auto staticCode = scene.services.copyStaticCode(**code);

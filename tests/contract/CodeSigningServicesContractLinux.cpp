@@ -11,6 +11,7 @@
 
 #include "adapters/linux/AuditTokenWords.h"
 #include "tests/contract/InstalledCompanion.h"
+#include "tests/support/Machine.h"
 
 namespace wicket::contract {
 namespace {
@@ -34,10 +35,12 @@ class Watch {
 
 class CodeSigningServicesContractLinux : public testing::Test {
  protected:
-  /// Runs the test's body with a companion; skips it where that is not possible.
-  static void with(const std::function<void(InstalledCompanion&)>& body) {
-    if (!withInstalledCompanion(body)) GTEST_SKIP() << "the kernel gives this process no mount namespace";
+  void SetUp() override {
+    WICKET_NEEDS(support::Need::root);
+    WICKET_NEEDS(support::Need::mountNamespace);
   }
+  /// Runs the test's body with a companion.
+  static void with(const std::function<void(InstalledCompanion&)>& body) { ASSERT_TRUE(withInstalledCompanion(body)); }
   /// What comes out for a program that has the right group but is not what it should be.
   static CodeSigningStatus statusOf(InstalledCompanion& companion, const AuditTokenData& token) {
     const auto code = companion.services().copyGuestWithAttributes(token);
@@ -132,6 +135,7 @@ TEST_F(CodeSigningServicesContractLinux, UnderNoNewPrivilegesTheCompanionIsNoCod
 }
 
 TEST_F(CodeSigningServicesContractLinux, AProcessOfAnotherUserNamespaceIsRefused) {
+  WICKET_NEEDS(support::Need::userNamespace);
   with([](InstalledCompanion& companion) {
     EXPECT_FALSE(companion.letsIn(companion.connect(companion.path(), {}, {"user-namespace"}).token));
     const auto client = companion.connectWithGroup(companion.path(), {"user-namespace"});
@@ -140,6 +144,7 @@ TEST_F(CodeSigningServicesContractLinux, AProcessOfAnotherUserNamespaceIsRefused
 }
 
 TEST_F(CodeSigningServicesContractLinux, ATracedProcessIsRefused) {
+  WICKET_NEEDS(support::Need::tracing);
   with([](InstalledCompanion& companion) {
     const auto client = companion.connect();
     ASSERT_EQ(ptrace(PTRACE_SEIZE, client.process->pid(), nullptr, nullptr), 0);

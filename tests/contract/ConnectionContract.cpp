@@ -32,8 +32,8 @@ class ConnectionContract : public testing::Test {
   World world_;
 };
 
-using ConnectionKinds = testing::Types<RealClients, DoubledClients>;
-TYPED_TEST_SUITE(ConnectionContract, ConnectionKinds, ClientWorldNames);
+using ConnectionWorldTypes = testing::Types<RealClients, DoubledClients>;
+TYPED_TEST_SUITE(ConnectionContract, ConnectionWorldTypes, ClientWorldNames);
 
 TYPED_TEST(ConnectionContract, NoCallIsDeliveredBeforeTheConnectionIsResumed) {
   this->delegate_.resumes = false;

@@ -32,8 +32,8 @@ class FileManagerContract : public testing::Test {
   World world_;
 };
 
-using FileKinds = testing::Types<RealFiles, FilesInMemory>;
-TYPED_TEST_SUITE(FileManagerContract, FileKinds);
+using FileWorldTypes = testing::Types<RealFiles, FilesInMemory>;
+TYPED_TEST_SUITE(FileManagerContract, FileWorldTypes);
 
 TYPED_TEST(FileManagerContract, FilesDirectoriesAndFifosExist) {
   this->world_.addFile(this->at("file"), "x");

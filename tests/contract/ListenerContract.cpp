@@ -19,13 +19,13 @@ class ListenerContract : public testing::Test {
   World world_;
 };
 
-using ListenerKinds = testing::Types<RealClients, DoubledClients>;
-TYPED_TEST_SUITE(ListenerContract, ListenerKinds, ClientWorldNames);
+using ListenerWorldTypes = testing::Types<RealClients, DoubledClients>;
+TYPED_TEST_SUITE(ListenerContract, ListenerWorldTypes, ClientWorldNames);
 
 TYPED_TEST(ListenerContract, NobodyIsAcceptedBeforeTheListenerIsResumed) {
   this->world_.listener().setDelegate(this->delegate_);
   auto client = this->world_.connect();
-  client.greet();
+  client.greetInVain();
   this->world_.settle();
   EXPECT_EQ(this->delegate_.count(), 0U);
 
@@ -86,7 +86,7 @@ TYPED_TEST(ListenerContract, AClientThatComesAfterTheEndIsNotTaken) {
 
   this->world_.listener().finish();
   auto after = this->world_.connect();
-  after.greet();
+  after.greetInVain();
   this->world_.settle();
   EXPECT_EQ(this->delegate_.count(), 1U);
 }

@@ -12,6 +12,7 @@
 #include "adapters/linux/SystemdServiceJob.h"
 #include "resources/BuildValues.h"
 #include "tests/doubles/RecordingServiceJob.h"
+#include "tests/support/Machine.h"
 #include "tests/support/PrivateFolders.h"
 #include "tests/support/PrivateNamespace.h"
 #include "tests/support/Program.h"
@@ -49,9 +50,10 @@ TYPED_TEST(ServiceJobContract, TheLineIsTheSameEachTime) {
 // private folder.
 class SystemdServiceJobTest : public testing::Test {
  protected:
-  SystemdServiceJobTest() {
-    if (const auto reason = support::PrivateNamespace::enter()) throw std::runtime_error(*reason);
-    if (!folders_.replace(helper_.parent_path())) throw std::runtime_error("the helper's folder cannot be replaced");
+  void SetUp() override {
+    WICKET_NEEDS(support::Need::mountNamespace);
+    ASSERT_EQ(support::PrivateNamespace::enter(), std::nullopt);
+    ASSERT_TRUE(folders_.replace(helper_.parent_path()));
     std::ofstream(helper_) << "helper";
     std::ofstream(helper_.parent_path() / "neighbour") << "neighbour";
   }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <array>
 #include <gtest/gtest.h>
 #include <optional>
 #include <stdexcept>
@@ -12,6 +13,7 @@
 #include "adapters/linux/JournalLog.h"
 #include "tests/doubles/RecordingUnifiedLog.h"
 #include "tests/support/JournalSocket.h"
+#include "tests/support/Machine.h"
 #include "tests/support/PrivateFolders.h"
 #include "tests/support/PrivateNamespace.h"
 
@@ -20,6 +22,8 @@ namespace {
 
 class RecordedLog {
  public:
+  static constexpr std::array<support::Need, 0> needs{};
+
   UnifiedLog& log() { return log_; }
   std::vector<std::string> messages() { return log_.entries(); }
 
@@ -30,6 +34,8 @@ class RecordedLog {
 /// The real log, with a journal of the test's own to write to.
 class Journal {
  public:
+  static constexpr std::array needs{support::Need::mountNamespace};
+
   Journal() {
     if (const auto reason = support::PrivateNamespace::enter()) throw std::runtime_error(*reason);
     if (!folders_.replace("/run")) throw std::runtime_error("/run cannot be replaced");
@@ -58,49 +64,54 @@ class Journal {
 template <typename World>
 class UnifiedLogContract : public testing::Test {
  protected:
-  World world_;
+  void SetUp() override {
+    for (const auto need : World::needs) WICKET_NEEDS(need);
+    world_.emplace();
+  }
+
+  std::optional<World> world_;
 };
 
-struct LogNames {
+struct LogWorldNames {
   template <typename World>
   static std::string GetName(int) {
     return std::is_same_v<World, Journal> ? "Journal" : "Double";
   }
 };
-using LogKinds = testing::Types<RecordedLog, Journal>;
-TYPED_TEST_SUITE(UnifiedLogContract, LogKinds, LogNames);
+using LogWorldTypes = testing::Types<RecordedLog, Journal>;
+TYPED_TEST_SUITE(UnifiedLogContract, LogWorldTypes, LogWorldNames);
 
 TYPED_TEST(UnifiedLogContract, TheLogIsThereAndTakesFaults) {
-  EXPECT_TRUE(this->world_.log().isAvailable());
-  EXPECT_TRUE(this->world_.log().isFaultEnabled());
+  EXPECT_TRUE(this->world_->log().isAvailable());
+  EXPECT_TRUE(this->world_->log().isFaultEnabled());
 }
 
 TYPED_TEST(UnifiedLogContract, AnEntryIsBothTextsWithAHyphenBetweenThem) {
-  this->world_.log().fault("the text", "the explanation");
-  EXPECT_EQ(this->world_.messages(), std::vector<std::string>{"the text - the explanation"});
+  this->world_->log().fault("the text", "the explanation");
+  EXPECT_EQ(this->world_->messages(), std::vector<std::string>{"the text - the explanation"});
 }
 
 TYPED_TEST(UnifiedLogContract, AnEmptyExplanationLeavesTheHyphenAtTheEnd) {
-  this->world_.log().fault("TlvPrivilegedHelper was initialized...", "");
-  EXPECT_EQ(this->world_.messages(), std::vector<std::string>{"TlvPrivilegedHelper was initialized... - "});
+  this->world_->log().fault("TlvPrivilegedHelper was initialized...", "");
+  EXPECT_EQ(this->world_->messages(), std::vector<std::string>{"TlvPrivilegedHelper was initialized... - "});
 }
 
 TYPED_TEST(UnifiedLogContract, TextIsNoFormat) {
-  this->world_.log().fault("100% %s %n", "%d");
-  EXPECT_EQ(this->world_.messages(), std::vector<std::string>{"100% %s %n - %d"});
+  this->world_->log().fault("100% %s %n", "%d");
+  EXPECT_EQ(this->world_->messages(), std::vector<std::string>{"100% %s %n - %d"});
 }
 
 TYPED_TEST(UnifiedLogContract, LineBreaksAndNullCharactersStay) {
   const std::string text("a\nPRIORITY=7\0b", 14);
-  this->world_.log().fault(text, "c\n");
-  EXPECT_EQ(this->world_.messages(), std::vector<std::string>{text + " - c\n"});
+  this->world_->log().fault(text, "c\n");
+  EXPECT_EQ(this->world_->messages(), std::vector<std::string>{text + " - c\n"});
 }
 
 TYPED_TEST(UnifiedLogContract, ALongTextStaysWhole) {
   // Longer than the library sends as one datagram.
   const std::string text(std::size_t{12} << 20U, 'x');
-  this->world_.log().fault(text, "end");
-  const auto messages = this->world_.messages();
+  this->world_->log().fault(text, "end");
+  const auto messages = this->world_->messages();
   ASSERT_EQ(messages.size(), 1U);
   EXPECT_EQ(messages[0].size(), text.size() + 6);
   EXPECT_TRUE(messages[0] == text + " - end");
@@ -108,15 +119,16 @@ TYPED_TEST(UnifiedLogContract, ALongTextStaysWhole) {
 
 TYPED_TEST(UnifiedLogContract, EntriesOfSeveralThreadsAllArrive) {
   constexpr int count = 4;
-  this->world_.log().fault("a", "b");  // as in the helper, the first entry comes before there are other threads
+  this->world_->log().fault("a", "b");  // as in the helper, the first entry comes before there are other threads
   {
     std::vector<std::jthread> threads;
-    for (int i = 0; i < count; ++i) threads.emplace_back([this] { this->world_.log().fault("a", "b"); });
+    for (int i = 0; i < count; ++i) threads.emplace_back([this] { this->world_->log().fault("a", "b"); });
   }
-  EXPECT_EQ(this->world_.messages(), std::vector<std::string>(count + 1, "a - b"));
+  EXPECT_EQ(this->world_->messages(), std::vector<std::string>(count + 1, "a - b"));
 }
 
 TEST(JournalLogTest, AnEntryIsCriticalAndOfADaemon) {
+  WICKET_NEEDS(support::Need::mountNamespace);
   Journal journal;
   journal.log().fault("a", "b");
   auto entries = journal.entries();
@@ -127,6 +139,7 @@ TEST(JournalLogTest, AnEntryIsCriticalAndOfADaemon) {
 }
 
 TEST(JournalLogTest, WithoutAJournalTheEntryIsLostInSilence) {
+  WICKET_NEEDS(support::Need::mountNamespace);
   Journal journal;
   journal.end();
   testing::internal::CaptureStdout();

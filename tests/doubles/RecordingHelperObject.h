@@ -3,7 +3,6 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "protocol/HelperProtocol.h"
+#include "tests/support/Patience.h"
 
 namespace wicket::doubles {
 
@@ -60,7 +60,7 @@ class RecordingHelperObject : public HelperProtocol {
   /// What happened once it was @p count things, or until the patience of a test is over.
   [[nodiscard]] std::vector<Event> awaitEvents(std::size_t count) const {
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, std::chrono::seconds(10), [&] { return events_.size() >= count; });
+    changed_.wait_for(lock, support::patience, [&] { return events_.size() >= count; });
     return events_;
   }
 

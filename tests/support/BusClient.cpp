@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 
 #include "tests/support/FileGroup.h"
 #include "wire/BusNames.h"
@@ -14,6 +15,8 @@ namespace {
 
 /// Longer than any test: only the connection's end ends a call.
 constexpr std::uint64_t callTimeout = std::uint64_t{3600} * 1000000;
+/// How often a condition is looked at of which no message tells.
+constexpr std::chrono::microseconds::rep longestWait = 5000;
 
 struct MessageRelease {
   void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
@@ -136,9 +139,18 @@ bool BusClient::pumpUntil(const std::function<bool()>& condition, Duration timeo
     const int processed = sd_bus_process(bus_, nullptr);
     if (processed < 0 || sd_bus_is_open(bus_) <= 0) noticeEnd();
     if (processed < 0) return condition();
-    if (processed == 0) sd_bus_wait(bus_, static_cast<std::uint64_t>(left));
+    if (processed == 0) sd_bus_wait(bus_, static_cast<std::uint64_t>(std::min(left, longestWait)));
   }
   return true;
+}
+
+bool BusClient::flush(Duration timeout) {
+  return pumpUntil(
+      [this] {
+        std::uint64_t unwritten = 0;
+        return sd_bus_is_ready(bus_) > 0 && sd_bus_get_n_queued_write(bus_, &unwritten) >= 0 && unwritten == 0;
+      },
+      timeout);
 }
 
 void BusClient::pumpFor(Duration time) {

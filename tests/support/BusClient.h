@@ -15,6 +15,8 @@
 #include <systemd/sd-bus.h>
 #include <vector>
 
+#include "tests/support/Patience.h"
+
 namespace wicket::support {
 
 /// A client of the helper that speaks the wire format by itself. It reads from its connection only
@@ -64,15 +66,18 @@ class BusClient {
   bool uninstall(std::uint8_t all);
 
   /// None when no reply came in time; a cut connection is a reply with an error.
-  [[nodiscard]] std::optional<Reply> await(Serial serial, Duration timeout = std::chrono::seconds(10));
+  [[nodiscard]] std::optional<Reply> await(Serial serial, Duration timeout = patience);
   /// The code of the reply; none without one or for an error.
-  [[nodiscard]] std::optional<std::int64_t> awaitCode(Serial serial, Duration timeout = std::chrono::seconds(10));
-  [[nodiscard]] std::optional<std::int64_t> awaitExit(Serial serial, Duration timeout = std::chrono::seconds(10));
+  [[nodiscard]] std::optional<std::int64_t> awaitCode(Serial serial, Duration timeout = patience);
+  [[nodiscard]] std::optional<std::int64_t> awaitExit(Serial serial, Duration timeout = patience);
   /// Whether the text of all pieces together contains @p text by then.
-  [[nodiscard]] bool awaitLog(std::string_view text, Duration timeout = std::chrono::seconds(10));
-  [[nodiscard]] bool awaitClosed(Duration timeout);
-  /// Processes what comes until the condition holds or the time is over. Whether it holds.
-  bool pumpUntil(const std::function<bool()>& condition, Duration timeout);
+  [[nodiscard]] bool awaitLog(std::string_view text, Duration timeout = patience);
+  [[nodiscard]] bool awaitClosed(Duration timeout = patience);
+  /// Processes what comes until the condition, about whatever, holds or the time is over. Whether it holds.
+  bool pumpUntil(const std::function<bool()>& condition, Duration timeout = patience);
+  /// Says who it is, if it has not, and passes on all that it was told to send: the kernel has it then, and what the
+  /// other side has sent stays unread if it came later. Whether that was possible.
+  bool flush(Duration timeout = patience);
   void pumpFor(Duration time);
 
   [[nodiscard]] const std::vector<Chunk>& chunks() const { return chunks_; }

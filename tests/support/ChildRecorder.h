@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/ChildProcess.h"
+#include "tests/support/Patience.h"
 
 namespace wicket::support {
 
@@ -63,9 +64,9 @@ class ChildRecorder {
     return task("/bin/sh", {"-c", std::move(script)}, std::move(inHandler));
   }
 
-  /// False when it has not come true in half a minute, or in @p limit.
+  /// False when it has not come true within @p limit.
   [[nodiscard]] bool waitFor(const std::function<bool(const Record&)>& condition,
-                             std::chrono::milliseconds limit = std::chrono::seconds(30)) {
+                             std::chrono::milliseconds limit = patience) {
     std::unique_lock lock(state_->mutex);
     return state_->changed.wait_for(lock, limit, [&] { return condition(state_->record); });
   }

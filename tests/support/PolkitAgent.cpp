@@ -38,8 +38,8 @@ const sd_bus_vtable PolkitAgent::methods[] = {
     SD_BUS_METHOD("CancelAuthentication", "s", "", &PolkitAgent::onCancelAuthentication, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END};
 
-std::unique_ptr<PolkitAgent> PolkitAgent::start(pid_t process, Behaviour behaviour, std::chrono::milliseconds delay) {
-  std::unique_ptr<PolkitAgent> agent(new PolkitAgent(behaviour, delay));
+std::unique_ptr<PolkitAgent> PolkitAgent::start(pid_t process, Behaviour behaviour, std::function<void()> thinks) {
+  std::unique_ptr<PolkitAgent> agent(new PolkitAgent(behaviour, std::move(thinks)));
   if (!agent->registerFor(process)) return nullptr;
   agent->thread_ = std::thread(&PolkitAgent::serve, agent.get());
   return agent;
@@ -89,7 +89,7 @@ int PolkitAgent::answer(sd_bus_message* question, sd_bus_error* error) {
     message_ = message;
   }
   ++questions_;
-  std::this_thread::sleep_for(delay_);
+  if (thinks_) thinks_();
   if (behaviour_ == Behaviour::dismisses) {
     return sd_bus_error_set(error, "org.freedesktop.PolicyKit1.Error.Cancelled", "The user closed the dialog");
   }

@@ -3,13 +3,14 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <sys/types.h>
 #include <systemd/sd-bus.h>
 #include <thread>
+#include <utility>
 
 namespace wicket::support {
 
@@ -19,9 +20,9 @@ class PolkitAgent {
  public:
   enum class Behaviour { authenticates, failsToAuthenticate, dismisses };
 
-  /// @p delay: how long the user thinks. Only root can speak for another user's process.
+  /// @p thinks: what the user waits for before each answer. Only root can speak for another user's process.
   [[nodiscard]] static std::unique_ptr<PolkitAgent> start(pid_t process, Behaviour behaviour,
-                                                          std::chrono::milliseconds delay = {});
+                                                          std::function<void()> thinks = {});
 
   PolkitAgent(const PolkitAgent&) = delete;
   PolkitAgent& operator=(const PolkitAgent&) = delete;
@@ -35,7 +36,7 @@ class PolkitAgent {
   }
 
  private:
-  PolkitAgent(Behaviour behaviour, std::chrono::milliseconds delay) : behaviour_(behaviour), delay_(delay) {}
+  PolkitAgent(Behaviour behaviour, std::function<void()> thinks) : behaviour_(behaviour), thinks_(std::move(thinks)) {}
   [[nodiscard]] bool registerFor(pid_t process);
   void serve();
   int answer(sd_bus_message* question, sd_bus_error* error);
@@ -45,7 +46,7 @@ class PolkitAgent {
   static const sd_bus_vtable methods[];
 
   const Behaviour behaviour_;
-  const std::chrono::milliseconds delay_;
+  const std::function<void()> thinks_;
   sd_bus* bus_ = nullptr;
   std::atomic<bool> stopping_{false};
   std::atomic<int> questions_{0};

@@ -107,12 +107,8 @@ bool RawClient::send(std::string_view bytes) {
 bool RawClient::authenticate() {
   using namespace std::string_view_literals;
   if (!send("\0AUTH EXTERNAL 30\r\n"sv)) return false;
-  std::string answer;
-  const auto deadline = Clock::now() + std::chrono::seconds(10);
-  while (answer.find("\r\n") == std::string::npos) {
-    if (!receiveSome(answer, timeUntil(deadline))) return false;
-  }
-  return answer.starts_with("OK ") && send("BEGIN\r\n");
+  const std::string answer = receiveUntil("\r\n");
+  return answer.starts_with("OK ") && answer.ends_with("\r\n") && send("BEGIN\r\n");
 }
 
 bool RawClient::receiveSome(std::string& bytes, std::chrono::milliseconds timeout) {
@@ -129,6 +125,14 @@ std::string RawClient::receive(std::chrono::milliseconds timeout) {
   std::string bytes;
   const auto deadline = Clock::now() + timeout;
   while (receiveSome(bytes, timeUntil(deadline))) {
+  }
+  return bytes;
+}
+
+std::string RawClient::receiveUntil(std::string_view text, std::chrono::milliseconds timeout) {
+  std::string bytes;
+  const auto deadline = Clock::now() + timeout;
+  while (bytes.find(text) == std::string::npos && receiveSome(bytes, timeUntil(deadline))) {
   }
   return bytes;
 }

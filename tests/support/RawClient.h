@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "tests/support/Patience.h"
+
 namespace wicket::support {
 
 /// The bytes of D-Bus messages, valid and otherwise, for a client that no library stops from sending
@@ -39,8 +41,10 @@ class RawClient {
   [[nodiscard]] bool authenticate();
   /// What arrives within the time or until the other side closes.
   [[nodiscard]] std::string receive(std::chrono::milliseconds timeout);
+  /// What arrives up to and including @p text, or until the other side closes.
+  [[nodiscard]] std::string receiveUntil(std::string_view text, std::chrono::milliseconds timeout = patience);
   /// Whether the other side closes within the time; what arrives meanwhile is dropped.
-  [[nodiscard]] bool isClosedWithin(std::chrono::milliseconds timeout);
+  [[nodiscard]] bool isClosedWithin(std::chrono::milliseconds timeout = patience);
 
  private:
   bool receiveSome(std::string& bytes, std::chrono::milliseconds timeout);

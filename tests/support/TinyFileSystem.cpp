@@ -2,9 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "tests/support/TinyFileSystem.h"
 
+#include <future>
 #include <sched.h>
 #include <sys/mount.h>
-#include <thread>
 
 #include "tests/support/TemporaryFolder.h"
 
@@ -23,12 +23,14 @@ bool mountPrivately(const std::string& path, std::size_t bytes) {
 
 bool withTinyFileSystem(std::size_t bytes, const std::function<void(const std::string& path)>& body) {
   const TemporaryFolder folder;
-  bool mounted = false;
-  std::thread([&] {
-    mounted = mountPrivately(folder.path(), bytes);
-    if (mounted) body(folder.path());
-  }).join();
-  return mounted;
+  // What the body throws reaches the test.
+  return std::async(std::launch::async,
+                    [&] {
+                      const bool mounted = mountPrivately(folder.path(), bytes);
+                      if (mounted) body(folder.path());
+                      return mounted;
+                    })
+      .get();
 }
 
 }  // namespace wicket::support

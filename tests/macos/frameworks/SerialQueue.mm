@@ -2,12 +2,13 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "tests/macos/frameworks/SerialQueue.h"
 
-#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <thread>
 #include <utility>
+
+#include "tests/support/Patience.h"
 
 namespace wicket::frameworks {
 namespace {
@@ -24,9 +25,9 @@ class Count {
     std::unique_lock lock(mutex_);
     nothing_.wait(lock, [this] { return count_ == 0; });
   }
-  bool waitForNothing(std::chrono::seconds limit) {
+  bool becomesNothing() {
     std::unique_lock lock(mutex_);
-    return nothing_.wait_for(lock, limit, [this] { return count_ == 0; });
+    return nothing_.wait_for(lock, support::patience, [this] { return count_ == 0; });
   }
 
  private:
@@ -121,7 +122,7 @@ void SerialQueue::work(const std::shared_ptr<State>& state) {
 }
 
 void SerialQueue::waitUntilAllAreIdle() { jobs().waitForNothing(); }
-bool SerialQueue::waitUntilAllHaveEnded() { return threads().waitForNothing(std::chrono::seconds(10)); }
+bool SerialQueue::waitUntilAllHaveEnded() { return threads().becomesNothing(); }
 
 SerialQueue::LongWait::LongWait() {
   const std::scoped_lock lock(own->mutex);

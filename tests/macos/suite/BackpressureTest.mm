@@ -9,6 +9,7 @@
 #include "tests/macos/frameworks/Xpc.h"
 #include "tests/macos/suite/Companion.h"
 #include "tests/macos/suite/FrameworkTest.h"
+#include "tests/support/ComesTrue.h"
 
 namespace wicket::suite {
 namespace {
@@ -29,13 +30,6 @@ class BackpressureTest : public FrameworkTest {
     const auto proxy = connection_->remoteObjectProxy();
     for (std::size_t sent = 0; sent < bytes; sent += 4096) proxy->logWithStdOut(std::string(4096, 'x'));
   }
-  /// Whether the wait is over now, or within the patience of a test when @p isExpected.
-  static bool hasReturned(const std::atomic<bool>& flag, bool isExpected) {
-    for (int i = 0; i < (isExpected ? 2000 : 10) && !flag; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return flag;
-  }
   /// Somebody waits for capacity, and goes on after @p event and not before.
   void expectWaitUntil(const std::function<void()>& event) {
     std::atomic<bool> isOver = false;
@@ -43,9 +37,10 @@ class BackpressureTest : public FrameworkTest {
       connection_->waitForCapacity();
       isOver = true;
     });
-    EXPECT_FALSE(hasReturned(isOver, false));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_FALSE(isOver);
     event();
-    EXPECT_TRUE(hasReturned(isOver, true));
+    EXPECT_TRUE(support::comesTrue([&] { return isOver.load(); }));
     producer.join();
   }
 

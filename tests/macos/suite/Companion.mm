@@ -3,7 +3,6 @@
 #include "tests/macos/suite/Companion.h"
 
 #include <bsm/audit.h>
-#include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
@@ -12,6 +11,7 @@
 #include "tests/macos/frameworks/SerialQueue.h"
 #include "tests/macos/frameworks/Strings.h"
 #include "tests/macos/frameworks/Xpc.h"
+#include "tests/support/Patience.h"
 
 @implementation Companion {
   std::mutex _mutex;
@@ -29,7 +29,7 @@
 }
 - (std::vector<std::string>)awaitLines:(NSUInteger)count {
   std::unique_lock lock(_mutex);
-  _changed.wait_for(lock, std::chrono::seconds(20), [&] { return _lines.size() >= count; });
+  _changed.wait_for(lock, wicket::support::patience, [&] { return _lines.size() >= count; });
   return _lines;
 }
 @end

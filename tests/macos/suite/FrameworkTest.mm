@@ -3,8 +3,6 @@
 #include "tests/macos/suite/FrameworkTest.h"
 
 #import <Foundation/Foundation.h>
-#include <chrono>
-#include <thread>
 
 #include "tests/macos/frameworks/Authorization.h"
 #include "tests/macos/frameworks/CodeSigning.h"
@@ -16,6 +14,7 @@
 #include "tests/macos/frameworks/VirtualTime.h"
 #include "tests/macos/runtime/AutoreleasePool.h"
 #include "tests/macos/runtime/Objects.h"
+#include "tests/support/ComesTrue.h"
 
 extern "C" {
 void* objc_autoreleasePoolPush();
@@ -60,9 +59,7 @@ FrameworkTest::~FrameworkTest() {
   objc_autoreleasePoolPop(pool_);
   EXPECT_TRUE(frameworks::SerialQueue::waitUntilAllHaveEnded()) << "a listener or a connection outlives its test";
   // A thread that has just ended a child may still be letting go of the last ones.
-  for (int i = 0; i < 500 && objc::liveObjects() != objectsBefore_; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
+  (void)support::comesTrue([this] { return objc::liveObjects() == objectsBefore_; });
   EXPECT_EQ(objc::liveObjects(), objectsBefore_) << "objects outlive what made them";
   EXPECT_EQ(objc::autoreleasedWithoutPool(), withoutPoolBefore_) << "objects were autoreleased without a pool";
 }

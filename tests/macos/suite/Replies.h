@@ -3,7 +3,6 @@
 #pragma once
 
 #import <Foundation/Foundation.h>
-#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "tests/macos/frameworks/Strings.h"
+#include "tests/support/Patience.h"
 
 namespace wicket::suite {
 
@@ -33,7 +33,7 @@ class Replies {
   }
   [[nodiscard]] std::vector<std::string> await(std::size_t count) {
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, std::chrono::seconds(20), [&] { return replies_.size() >= count; });
+    changed_.wait_for(lock, support::patience, [&] { return replies_.size() >= count; });
     return replies_;
   }
 

@@ -6,6 +6,7 @@
 
 #include "tests/macos/frameworks/Xpc.h"
 #include "tests/macos/suite/HelperTest.h"
+#include "tests/support/ComesTrue.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace wicket::suite {
@@ -42,14 +43,13 @@ class RunTest : public HelperTest {
   /// @p expected or a test's patience is over.
   static std::string awaitOutput(const Client& client, const std::string& expected) {
     std::string output;
-    for (int i = 0; i < 2000; ++i) {
+    (void)support::comesTrue([&] {
       output.clear();
       for (const std::string& line : client.lines()) {
         if (line != "Script at /var/orvane/s was executed successfully.") output += line;
       }
-      if (output.size() >= expected.size()) break;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+      return output.size() >= expected.size();
+    });
     return output;
   }
 
@@ -73,7 +73,9 @@ TEST_F(RunTest, TheExitStatusOfAChildIsNoSecondAnswer) {
   const Client client;
   ASSERT_TRUE(client.connect());
   run(client, @"s", @[]);
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_EQ([client.companion() awaitLines:2].size(), 2U) << "one about the start and one about the end";
+  // A second answer would be there by now, or in a moment.
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
   EXPECT_THAT(replies_.all(), ElementsAre("0"));
 }
 
@@ -119,10 +121,7 @@ TEST_F(RunTest, AChildOutlivesItsConnectionAndItsLaterOutputIsDropped) {
   EXPECT_EQ(awaitOutput(client, "one\n"), "one\n");
   [client.connection() wicketClose];
   std::ofstream(mark) << "";
-  for (int i = 0; i < 500 && !std::filesystem::exists(mark + "2"); ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  EXPECT_TRUE(std::filesystem::exists(mark + "2"));
+  EXPECT_TRUE(support::comesTrue([&] { return std::filesystem::exists(mark + "2"); }));
   EXPECT_EQ(awaitOutput(client, ""), "one\n");
 }
 

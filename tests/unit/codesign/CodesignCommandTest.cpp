@@ -284,7 +284,7 @@ TEST_F(CodesignCommandTest, NoConfigurationOfOpenSslIsRead) {
     std::vector<std::string> command{"env", "OPENSSL_CONF=" + pathOf("openssl.cnf"), "OPENSSL_MODULES=/nonexistent",
                                      "SSL_CERT_FILE=" + pathOf("openssl.cnf"), WICKET_CODESIGN};
     command.insert(command.end(), words.begin(), words.end());
-    const Program program = Program::run(command, std::chrono::seconds(10));
+    const Program program = Program::run(command);
     EXPECT_EQ(program.status, 0) << program.errors;
   }
 }
@@ -296,7 +296,7 @@ TEST_F(CodesignCommandTest, WithoutTheLibraryForPropertyListsThatIsSaid) {
   for (const auto& words : {verifyWords(), signWords()}) {
     std::vector<std::string> command{"env", "LD_LIBRARY_PATH=" + pathOf(""), WICKET_CODESIGN};
     command.insert(command.end(), words.begin(), words.end());
-    const Program program = Program::run(command, std::chrono::seconds(10));
+    const Program program = Program::run(command);
     EXPECT_NE(program.status, 0);
     expectOneProblem({program.status, program.output, program.errors}, "the library libplist-2.0 is missing");
   }
@@ -311,7 +311,7 @@ TEST_F(CodesignCommandTest, WithoutATerminalNoPassphraseIsAskedFor) {
   std::vector<std::string> command{"setsid", "--wait", WICKET_CODESIGN};
   const auto words = signWords();
   command.insert(command.end(), words.begin(), words.end());
-  const Program program = Program::run(command, std::chrono::seconds(10));
+  const Program program = Program::run(command);
   EXPECT_EQ(program.status, 1);
   expectOneProblem({program.status, program.output, program.errors}, "not opened by the passphrase");
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <set>
 #include <unistd.h>
@@ -231,11 +231,11 @@ TEST_F(SignatureVerifierTest, TenGigabytesAreRefusedBeforeAByteOfThemIsHashed) {
   ASSERT_EQ(::ftruncate(file.get(), length), 0);
   ASSERT_EQ(::pwrite(file.get(), block.data(), block.size(), length), static_cast<ssize_t>(block.size()));
   EXPECT_TRUE(SignatureVerifier::readSignature(file.get(), certificateOf(chain_.root)));
-  const auto before = std::chrono::steady_clock::now();
+  const std::clock_t before = std::clock();
   EXPECT_EQ(failureOf(pathOf("large")), SigningFailure::fileTooLarge);
   EXPECT_FALSE(Signer::sign(pathOf("large"), request_, identityOf(chain_)));
-  // Hashing them takes several seconds on any machine.
-  EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(1));
+  // Hashing them takes several seconds of any processor.
+  EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC);
 }
 
 TEST_F(SignatureVerifierTest, TheCallersLimitIncludesItself) {

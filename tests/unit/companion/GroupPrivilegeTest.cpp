@@ -13,6 +13,7 @@
 
 #include "companion/GroupPrivilege.h"
 #include "companion/HelperConnection.h"
+#include "tests/support/Machine.h"
 #include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -40,7 +41,7 @@ struct Groups {
 class GroupPrivilegeTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (::geteuid() != 0) GTEST_SKIP() << "needs root, to become what a set-group program is";
+    WICKET_NEEDS(support::Need::root);  // to become what a set-group program is
   }
 
   /// In a child process that looks as if an ordinary user had started a program of the group @p group. The

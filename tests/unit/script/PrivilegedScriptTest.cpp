@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include <chrono>
 #include <condition_variable>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +15,7 @@
 #include "tests/doubles/InMemoryFileManager.h"
 #include "tests/doubles/RecordingConnection.h"
 #include "tests/doubles/ScriptedChildProcessLauncher.h"
+#include "tests/support/Patience.h"
 
 namespace wicket {
 namespace {
@@ -111,7 +111,7 @@ class FullConnection : public RecordingConnection {
   }
   [[nodiscard]] bool awaitWaiter() {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(5), [this] { return isWaiting_; });
+    return changed_.wait_for(lock, support::patience, [this] { return isWaiting_; });
   }
   void makeRoom() {
     const std::scoped_lock lock(mutex_);
