@@ -3,6 +3,7 @@
 """Trees of Debian releases, made once and kept until the list of their packages changes."""
 
 import hashlib
+import platform
 import shutil
 import subprocess
 
@@ -18,7 +19,24 @@ PACKAGES_OF = {
     "bookworm": ["libssl3", "libplist3"],
     "trixie": ["libssl3t64", "libplist-2.0-4"],
 }
+# The oldest first.
 RELEASES = list(PACKAGES_OF)
+
+
+def own_release():
+    """This machine's, or None if it is none of these."""
+    name = platform.freedesktop_os_release().get("VERSION_CODENAME")
+    return name if name in RELEASES else None
+
+
+def releases_for_packages():
+    """Those that packages built on this machine are for: its own and later ones."""
+    return RELEASES[RELEASES.index(own_release() or RELEASES[0]):]
+
+
+def other_release():
+    """The latest that is not this machine's."""
+    return [release for release in RELEASES if release != own_release()][-1]
 
 
 class BootstrapFailed(Exception):
