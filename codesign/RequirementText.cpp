@@ -25,7 +25,7 @@ std::string hexDigits(auto&& bytes) {
 
 std::string hashText(const Sha1Digest& digest) { return "H\"" + hexDigits(digest) + "\""; }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   std::string result = "\"";
   for (const char character : text) {
     result += character == '"' ? "\\\"" : std::string(1, character);
@@ -43,9 +43,9 @@ bool canBeQuoted(std::string_view value) {
 
 std::string valueText(const Match& match) {
   if (match.isTimestamp) {
-    return "timestamp " + quoted(match.value);
+    return "timestamp " + inQuotes(match.value);
   }
-  return canBeQuoted(match.value) ? quoted(match.value) : "0x" + hexDigits(match.value);
+  return canBeQuoted(match.value) ? inQuotes(match.value) : "0x" + hexDigits(match.value);
 }
 
 std::string matchText(const Match& match) {
@@ -98,27 +98,27 @@ std::string_view prefixOf(CertificateMatch::Field field) {
 
 struct Writer {
   std::string operator()(const Constant& constant) const { return constant.value ? "always" : "never"; }
-  std::string operator()(const Identifier& identifier) const { return "identifier " + quoted(identifier.value); }
+  std::string operator()(const Identifier& identifier) const { return "identifier " + inQuotes(identifier.value); }
   std::string operator()(const CodeDirectoryHash& hash) const { return "cdhash " + hashText(hash.digest); }
   std::string operator()(const Platform& platform) const { return "platform = " + std::to_string(platform.value); }
   std::string operator()(const Notarized&) const { return "notarized"; }
   std::string operator()(const Legacy&) const { return "legacy"; }
-  std::string operator()(const NamedRequirement& named) const { return "(" + quoted(named.name) + ")"; }
+  std::string operator()(const NamedRequirement& named) const { return "(" + inQuotes(named.name) + ")"; }
   std::string operator()(const AnchorApple&) const { return "anchor apple"; }
   std::string operator()(const AnchorAppleGeneric&) const { return "anchor apple generic"; }
-  std::string operator()(const NamedAnchor& anchor) const { return "anchor apple " + quoted(anchor.name); }
+  std::string operator()(const NamedAnchor& anchor) const { return "anchor apple " + inQuotes(anchor.name); }
   std::string operator()(const ChainTrusted&) const { return "certificate trusted"; }
   std::string operator()(const CertificateTrusted& trusted) const { return slotText(trusted.slot) + " trusted"; }
   std::string operator()(const CertificateHash& hash) const {
     return slotText(hash.slot) + " = " + hashText(hash.digest);
   }
   std::string operator()(const CertificateMatch& match) const {
-    return slotText(match.slot) + "[" + quoted(std::string(prefixOf(match.field)) + match.name) + "]" +
+    return slotText(match.slot) + "[" + inQuotes(std::string(prefixOf(match.field)) + match.name) + "]" +
            matchText(match.match);
   }
   std::string operator()(const DictionaryMatch& match) const {
     const bool isInformation = match.source == DictionaryMatch::Source::info;
-    return (isInformation ? "info[" : "entitlement[") + quoted(match.key) + "]" + matchText(match.match);
+    return (isInformation ? "info[" : "entitlement[") + inQuotes(match.key) + "]" + matchText(match.match);
   }
   std::string operator()(const Not& negation) const { return "!" + grouped(*negation.operand, false); }
   std::string operator()(const All& all) const { return joined(all.operands, " and ", false); }
