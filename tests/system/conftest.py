@@ -1,15 +1,20 @@
 # SPDX-License-Identifier: MIT
 # SPDX-FileCopyrightText: 2026 the Wicket helper authors
-"""The machine and the terminals that the tests share, and what a failed test shows."""
+"""The machines and the terminals that the tests share, and what a failed test shows."""
 
 import re
 import subprocess
+import time
 from pathlib import Path
 
 import pytest
+from helper import HOLD, PASSWORDS
+from long_run import LongRun
 from machine import CannotBoot, Machine
+from package import install, user_packages
+from patience import RanOut
 from snapshot import snapshot
-from terminal import Terminal
+from terminal import Terminals
 
 # scripts/system-test knows it.
 SKIPPED = 77
@@ -33,34 +38,26 @@ def pytest_itemcollected(item):
     item._nodeid = f"{chapter}: {sentence}{parameters}"  # pylint: disable=protected-access
 
 
-def pytest_configure():
+def pytest_configure(config):
+    config.terminals = []
     Path("/run/wicket-system").mkdir(exist_ok=True)
     if not Path("/run/wicket-system").is_mount():
         mount = ["mount", "-t", "tmpfs", "-o", "mode=0755", "wicket-system", "/run/wicket-system"]
         subprocess.run(mount, check=True)
 
 
-def new_machine(request, name=None):
+def new_machine(config, kind=""):
     """A machine of this release, not booted yet."""
-    option = request.config.getoption
-    return Machine(name or option("--release"), option("--tree"), option("--run"))
+    return Machine(config.getoption("--release") + kind, config.getoption("--tree"), config.getoption("--run"))
 
 
-@pytest.fixture(scope="session")
-def machine(request):
-    """A booted system with its users, before anything of Wicket is on it."""
-    try:
-        booted = new_machine(request)
-        booted.boot()
-    except CannotBoot as reason:
-        pytest.exit(f"no container boots here: {reason}", SKIPPED)
+def boot(config, kind=""):
+    """The terminals of a booted system with its users, before anything of Wicket is on it."""
+    booted = new_machine(config, kind)
+    booted.boot()
     add_users(booted)
-    booted.before = snapshot(booted)
-    yield booted
-    booted.end()
-
-
-PASSWORDS = {"alice": "correct-horse", "bob": "battery-staple", "mallory": "open-sesame"}
+    config.terminals.append(Terminals(booted))
+    return config.terminals[-1]
 
 
 def add_users(machine):
@@ -72,39 +69,25 @@ def add_users(machine):
     machine.run("usermod", "--append", "--groups=sudo", "alice")
 
 
-class Terminals:
-    """One terminal for each user, who stays logged in from test to test."""
-
-    def __init__(self, machine):
-        self._machine = machine
-        self._open = {}
-
-    def of(self, user):
-        if user not in self._open:
-            self._open[user] = Terminal(self._machine, user)
-        return self._open[user]
-
-    def begin(self):
-        for terminal in self._open.values():
-            terminal.mark()
-
-    def shown(self):
-        return {user: terminal.shown_since_mark() for user, terminal in self._open.items()}
-
-    def log_out(self, user):
-        if user in self._open:
-            self._open.pop(user).close()
-
-    def close(self):
-        for user in list(self._open):
-            self.log_out(user)
+def end(terminals):
+    terminals.close()
+    terminals.machine.end()
 
 
 @pytest.fixture(scope="session")
-def terminals(machine):
-    pool = Terminals(machine)
-    yield pool
-    pool.close()
+def terminals(pytestconfig):
+    try:
+        opened = boot(pytestconfig)
+    except CannotBoot as reason:
+        pytest.exit(f"{reason.details}\nno container boots here: {reason}", SKIPPED)
+    opened.machine.before = snapshot(opened.machine)
+    yield opened
+    end(opened)
+
+
+@pytest.fixture(scope="session")
+def machine(terminals):
+    return terminals.machine
 
 
 @pytest.fixture
@@ -117,39 +100,72 @@ def bob(terminals):
     return terminals.of("bob")
 
 
-@pytest.fixture
-def mallory(terminals):
-    return terminals.of("mallory")
+class Hold:
+    """Holds scripts up that look for it."""
+
+    def __init__(self, machine):
+        self._file = machine.inside(HOLD)
+
+    def begin(self):
+        self._file.touch()
+
+    def end(self):
+        self._file.unlink(missing_ok=True)
 
 
 @pytest.fixture
-def packages(request):
-    """The packages that a user installs; those for developers have dependencies of their own."""
-    folder = Path(request.config.getoption("--packages"))
-    return [package for package in sorted(folder.glob("*.deb"))
-            if not re.search("-(dev|dbgsym)_", package.name)]
+def hold(machine):
+    made = Hold(machine)
+    yield made
+    made.end()
 
 
-@pytest.fixture(autouse=True)
-def evidence(request, machine, terminals):
-    """Where the journal and the terminals stood when the test began."""
-    terminals.begin()
-    request.node.machine, request.node.terminals = machine, terminals
-    request.node.began = machine.output("date", "+%s.%N")
+@pytest.fixture(scope="session")
+def packages(pytestconfig):
+    return user_packages(Path(pytestconfig.getoption("--packages")))
+
+
+@pytest.fixture(scope="session")
+def long_run(pytestconfig, machine, packages):  # pylint: disable=unused-argument  # what boots first can be skipped
+    """On another machine, so that the story goes on meanwhile."""
+    opened = boot(pytestconfig, "-waiting")
+    install(opened.machine, packages)
+    yield LongRun(opened)
+    end(opened)
+
+
+@pytest.hookimpl(tryfirst=True)
+def pytest_runtest_setup(item):
+    """Notes where the terminals and the journals stand when the test begins."""
+    for terminals in item.config.terminals:
+        terminals.mark()
+    item.began = time.time()
 
 
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item, call):
     report = (yield).get_result()
-    if call.when != "call" or not report.failed or not hasattr(item, "began"):
+    if not report.failed:
         return
-    for user, text in item.terminals.shown().items():
-        if text.strip():
-            report.sections.append((f"terminal of {user}", text))
-    # What a terminal shows after a failure is anybody's guess, so the next test gets another one.
-    for used in item.funcargs.values():
-        if isinstance(used, Terminal):
-            item.terminals.log_out(used.user)
-    journal = item.machine.run("journalctl", "--no-pager", "--output=short-precise", f"--since=@{item.began}",
-                               check=False)
-    report.sections.append(("journal", (journal.stdout + journal.stderr)[-12000:]))
+    if isinstance(call.excinfo.value, RanOut):
+        item.session.shouldfail = "a test waited in vain, so that those behind it would most likely wait, too"
+    # What the users saw comes last, where a reader looks first.
+    for terminals in item.config.terminals:
+        show_journal(report, terminals.machine, item.began)
+    for terminals in item.config.terminals:
+        show_terminals(report, terminals)
+
+
+def show_journal(report, machine, began):
+    journal = machine.run("journalctl", "--quiet", "--no-pager", "--output=short-precise", f"--since=@{began}",
+                          check=False)
+    text = (journal.stdout + journal.stderr)[-12000:]
+    if text:
+        report.sections.append((f"journal of {machine.name}", text))
+
+
+def show_terminals(report, terminals):
+    for user, text in terminals.shown_since_mark().items():
+        report.sections.append((f"terminal of {user} on {terminals.machine.name}", text))
+        # What a terminal shows after a failure is anybody's guess, so the next test gets another one.
+        terminals.log_out(user)

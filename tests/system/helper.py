@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # SPDX-FileCopyrightText: 2026 the Wicket helper authors
-"""What the tests know of the helper: its names, and how to see it from the system's side."""
+"""What the tests know of the helper and its users: names, and how to see it from the system's side."""
 
 import json
 
@@ -12,6 +12,9 @@ EXECUTABLE = f"/usr/libexec/{JOB}"
 ACTION = f"{JOB}.installScriptAt-authData-completion-"
 FOLDER = "/var/orvane"
 VERSION = "9417"
+# Scripts of the tests wait while it exists.
+HOLD = "/run/hold"
+PASSWORDS = {"alice": "correct-horse", "bob": "battery-staple", "mallory": "open-sesame"}
 
 
 def show(machine, unit, name):
@@ -23,10 +26,18 @@ def helper_process(machine):
     return int(show(machine, SERVICE, "MainPID"))
 
 
+def started_helper(machine):
+    """Its process number, once systemd has seen its start and the journal has its line.
+
+    It may answer before that; and whose lines they are the journal cannot find out when the process has gone."""
+    machine.eventually(lambda: show(machine, SERVICE, "ActiveState") == "active", "systemd saw the helper's start")
+    write_journal(machine)
+    return helper_process(machine)
+
+
 def kill_helper(machine):
     """As no program can prevent."""
-    process = helper_process(machine)
-    assert process != 0, "the helper does not run"
+    process = started_helper(machine)
     machine.shell(f"kill -KILL {process}")
     machine.eventually(lambda: helper_process(machine) != process, "systemd saw the helper's end")
 
@@ -35,7 +46,13 @@ def is_listening(machine):
     return machine.run("systemctl", "is-active", "--quiet", SOCKET, check=False).returncode == 0
 
 
+def write_journal(machine):
+    """Returns when the journal has all that has been said so far."""
+    machine.run("journalctl", "--sync")
+
+
 def journal_entries(machine, *matches):
+    write_journal(machine)
     lines = machine.output("journalctl", "--no-pager", "--output=json", *matches).splitlines()
     return [json.loads(line) for line in lines]
 
@@ -63,4 +80,6 @@ def allow_installations(machine, user):
     else:
         machine.write(rule, f'polkit.addRule(function(action, subject) {{ if (action.id == "{ACTION}" && '
                             f'subject.user == "{user}") return polkit.Result.YES; }});\n')
+    # systemd would refuse so many starts within so few seconds.
+    machine.run("systemctl", "reset-failed", "polkit", check=False)
     machine.run("systemctl", "restart", "polkit")

@@ -10,10 +10,13 @@ import contextlib
 import os
 import select
 import shutil
+import signal
 import socket
 import subprocess
 import time
 from pathlib import Path
+
+from patience import PATIENCE, RanOut
 
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
 # What systemd-nspawn ends with when the system inside asked for a reboot that somebody else has to carry out.
@@ -21,7 +24,11 @@ REBOOT_WANTED = 133
 
 
 class CannotBoot(Exception):
-    """Says why no container boots on this machine."""
+    """Says why no container boots on this machine, in a line, and what the container said."""
+
+    def __init__(self, reason, details=""):
+        super().__init__(reason)
+        self.details = details
 
 
 class Machine:
@@ -51,15 +58,15 @@ class Machine:
 
     # --- life ------------------------------------------------------------------------------------------------
 
-    def boot(self, timeout=90):
+    def boot(self):
         """Returns when systemd has started everything."""
-        self._start(["--boot", "--notify-ready=yes"], [], timeout)
+        self._start(["--boot", "--notify-ready=yes"], [])
 
     def enter_without_booting(self):
         """Nothing runs inside but what a test runs."""
-        self._start(["--as-pid2"], ["sleep", "infinity"], timeout=20)
+        self._start(["--as-pid2"], ["sleep", "infinity"])
 
-    def _start(self, options, words, timeout):
+    def _start(self, options, words):
         self._cgroup.mkdir(exist_ok=True)
         command = [
             "systemd-nspawn", f"--directory={self.root}", f"--machine=wicket-{self.name}", "--quiet",
@@ -72,7 +79,7 @@ class Machine:
             environment = {"PATH": PATH, "SYSTEMD_NSPAWN_UNIFIED_HIERARCHY": "1", "NOTIFY_SOCKET": notifications.path}
             self._container = subprocess.Popen(into_cgroup + command, stdin=subprocess.DEVNULL, stdout=console,
                                                stderr=subprocess.STDOUT, env=environment)
-            self._leader = self._await_readiness(notifications, time.monotonic() + timeout)
+            self._leader = self._await_readiness(notifications, time.monotonic() + PATIENCE)
         # The commands of the tests are for that system and no other.
         if not os.path.samefile(f"/proc/{self._leader}/root", self.root):
             self.end()
@@ -83,20 +90,24 @@ class Machine:
         ready = False
         while time.monotonic() < deadline:
             if self._container.poll() is not None:
-                raise CannotBoot("systemd-nspawn ended:\n" + self.console_text())
+                raise CannotBoot(f"systemd-nspawn ended with {self._container.returncode}", self.console_text())
             for word in notifications.wait(0.5):
                 name, _, value = word.partition("=")
                 leader = int(value) if name == "X_NSPAWN_LEADER_PID" else leader
                 ready = ready or name == "READY"
             if ready and leader is not None:
                 return leader
+        self._leader = leader
         self.end()
-        raise CannotBoot("the system did not start in time:\n" + self.console_text())
+        raise CannotBoot(f"the system did not start within {PATIENCE} seconds", self.console_text())
 
-    def reboot(self, timeout=60):
+    def reboot(self):
         """As the command reboot inside does it: everything ends, then everything starts again."""
         self.run("systemctl", "--no-block", "reboot")
-        status = self._container.wait(timeout)
+        try:
+            status = self._container.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            raise RanOut(f"the system did not end within {PATIENCE} seconds:\n{self.console_text()}") from None
         if status != REBOOT_WANTED:
             raise AssertionError(f"the system did not reboot but ended with {status}:\n{self.console_text()}")
         self._leader = None
@@ -105,18 +116,19 @@ class Machine:
     def end(self):
         """Ends the container at once; harmless when it has ended."""
         if self._container is not None and self._container.poll() is None:
+            # With its first process all of a container's processes end; they would outlive systemd-nspawn alone.
+            if self._leader is not None:
+                os.kill(self._leader, signal.SIGKILL)
             self._container.kill()
             self._container.wait()
         self._leader = None
-        self._remove_cgroup()
+        self.eventually(self._remove_cgroup, f"the processes in {self._cgroup} ended")
 
     def _remove_cgroup(self):
-        deadline = time.monotonic() + 5
-        while self._cgroup.exists() and time.monotonic() < deadline:
-            for folder, _, _ in os.walk(self._cgroup, topdown=False):
-                with contextlib.suppress(OSError):
-                    os.rmdir(folder)
-            time.sleep(0.05)
+        for folder, _, _ in os.walk(self._cgroup, topdown=False):
+            with contextlib.suppress(OSError):
+                os.rmdir(folder)
+        return not self._cgroup.exists()
 
     def console_text(self):
         return self.console.read_text(errors="replace")[-4000:]
@@ -128,13 +140,17 @@ class Machine:
         return ["nsenter", f"--target={self._leader}", "--all", "--root", "--wd", "--", "env", "-i",
                 f"PATH={PATH}", "LC_ALL=C.UTF-8", "TERM=dumb", "DEBIAN_FRONTEND=noninteractive"]
 
-    def run(self, *command, check=True, timeout=60, **options):
+    def run(self, *command, check=True, **options):
         """As root. A status other than 0 is a failed test, with what the command said, unless check is False."""
-        options.setdefault("stdin", None if "input" in options else subprocess.DEVNULL)
-        if options["stdin"] is None:
-            del options["stdin"]
-        result = subprocess.run(self.entry() + list(command), capture_output=True, text=True, check=False,
-                                timeout=timeout, **options)
+        if "input" not in options:
+            options["stdin"] = subprocess.DEVNULL
+        try:
+            result = subprocess.run(self.entry() + list(command), capture_output=True, text=True, check=False,
+                                    timeout=PATIENCE, **options)
+        except subprocess.TimeoutExpired as late:
+            said = (late.stdout or b"") + (late.stderr or b"")
+            raise RanOut(f"{' '.join(command)}: did not end within {PATIENCE} seconds\n"
+                         f"{said.decode(errors='replace')}") from None
         if check and result.returncode != 0:
             raise AssertionError(f"{' '.join(command)}: status {result.returncode}\n{result.stdout}{result.stderr}")
         return result
@@ -161,15 +177,21 @@ class Machine:
     def exists(self, path):
         return os.path.lexists(self.root / path.lstrip("/"))
 
-    def eventually(self, condition, what, timeout=20):
+    def inside(self, path):
+        """The path of a file inside, /run, /proc and /dev included, for this process. Follows no absolute links."""
+        return Path(f"/proc/{self._leader}/root", path.lstrip("/"))
+
+    def eventually(self, condition, what):
         """Waits until condition() is true, or fails the test saying what did not happen."""
-        deadline = time.monotonic() + timeout
-        while True:
-            value = condition()
-            if value:
-                return value
-            assert time.monotonic() < deadline, f"within {timeout} seconds it did not happen that {what}"
-            time.sleep(0.1)
+        deadline = time.monotonic() + PATIENCE
+        pause = 0.01
+        while not (value := condition()):
+            if time.monotonic() >= deadline:
+                raise RanOut(f"within {PATIENCE} seconds it did not happen that {what}")
+            time.sleep(pause)
+            # Looking costs processor time, which others here need more the longer this takes.
+            pause = min(2 * pause, 0.5)
+        return value
 
 
 class _Notifications:

@@ -23,8 +23,8 @@ def snapshot(machine):
 
 
 def difference(before, after):
-    return [f"- {line}" for line in before if line not in set(after)] + \
-           [f"+ {line}" for line in after if line not in set(before)]
+    return [f"- {line}" for line in sorted(set(before) - set(after))] + \
+           [f"+ {line}" for line in sorted(set(after) - set(before))]
 
 
 def _files(machine):

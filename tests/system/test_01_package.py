@@ -3,6 +3,7 @@
 """The packages are installed with apt, without a network."""
 
 from helper import ACTION, EXECUTABLE, SERVICE, SOCKET, SOCKET_PATH, helper_process, is_listening, owner_and_mode, show
+from package import install
 
 # A script is the administrator's.
 RESTRICTIONS = [
@@ -13,13 +14,6 @@ RESTRICTIONS = [
     "SystemCallArchitectures", "CapabilityBoundingSet", "DevicePolicy", "ReadOnlyPaths", "InaccessiblePaths",
     "RuntimeMaxUSec", "MemoryMax", "CPUQuotaPerSecUSec",
 ]
-
-
-def install(machine, packages):
-    for package in packages:
-        machine.copy_in(package, f"/root/{package.name}")
-    return machine.run("apt-get", "install", "--yes", "--no-install-recommends",
-                       *[f"/root/{package.name}" for package in packages], timeout=120)
 
 
 def test_apt_installs_the_packages_without_a_warning(machine, packages):

@@ -3,19 +3,10 @@
 """The helper removes itself, apt removes the packages, and nothing is left."""
 
 from helper import FOLDER, SOCKET, VERSION, helper_process, is_listening, show
-from removal import (counts_on, expect_installed_scripts, expect_the_helper_gone, start_a_script_that_counts,
+from package import apt, install, names, newer
+from removal import (expect_installed_scripts, expect_it_counts_on, expect_the_helper_gone, start_a_script_that_counts,
                      stop_the_script)
 from snapshot import difference, snapshot
-from test_01_package import install
-from test_07_changes import newer
-
-
-def names(packages):
-    return [package.name.split("_")[0] for package in packages]
-
-
-def apt(machine, *words):
-    return machine.run("apt-get", "--yes", *words, timeout=120)
 
 
 def test_uninstalling_asks_first(machine, bob):
@@ -33,7 +24,7 @@ def test_the_helper_removes_itself_and_leaves_scripts_alone(machine, alice, bob)
     result = bob.run("wicket uninstall --yes")
     assert (result.status, result.text) == (0, "The helper is removing itself; the installed scripts stay.\n")
     expect_the_helper_gone(machine)
-    assert counts_on(machine), "another user's script was ended"
+    expect_it_counts_on(machine)
     stop_the_script(machine, alice)
     expect_installed_scripts(machine, True)
 
@@ -51,7 +42,7 @@ def test_a_reboot_does_not_bring_it_back(machine, terminals):
     terminals.close()
     machine.reboot()
     assert show(machine, SOCKET, "ActiveState") == "inactive"
-    assert machine.output("systemctl", "is-system-running", check=False) == "running"
+    assert machine.output("systemctl", "is-system-running", "--wait", check=False) == "running"
 
 
 def test_apt_removes_what_is_left_and_purges_it(machine, packages):
@@ -96,7 +87,7 @@ def test_with_all_the_helper_removes_the_scripts_too(machine, alice, bob):
     assert result.lines[-1] == "All scripts are removed; the helper is removing itself."
     expect_the_helper_gone(machine)
     expect_installed_scripts(machine, False)
-    assert counts_on(machine), "another user's script was ended"
+    expect_it_counts_on(machine)
     stop_the_script(machine, alice)
 
 
@@ -110,7 +101,7 @@ def test_removing_the_package_disturbs_no_script(machine, packages, alice):
     start_a_script_that_counts(machine, alice)
     apt(machine, "remove", *names(packages))
     assert helper_process(machine) == 0
-    assert counts_on(machine), "a user's script was ended"
+    expect_it_counts_on(machine)
     stop_the_script(machine, alice)
 
 

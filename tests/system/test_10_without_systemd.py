@@ -4,12 +4,12 @@
 
 import pytest
 from conftest import new_machine
-from test_01_package import install
+from package import apt, install, names
 
 
 @pytest.fixture(scope="module")
-def unbooted(request):
-    tree = new_machine(request, f"{request.config.getoption('--release')}-unbooted")
+def unbooted(pytestconfig, machine):  # pylint: disable=unused-argument  # what boots first can be skipped
+    tree = new_machine(pytestconfig, "-unbooted")
     tree.enter_without_booting()
     tree.run("useradd", "--create-home", "bob")
     yield tree
@@ -39,6 +39,5 @@ def test_the_doctor_names_the_first_thing_to_do(unbooted):
 
 
 def test_purging_succeeds_too(unbooted, packages):
-    names = [package.name.split("_")[0] for package in packages]
-    unbooted.run("apt-get", "--yes", "purge", *names)
+    apt(unbooted, "purge", *names(packages))
     assert unbooted.run("getent", "group", "wicket", check=False).returncode == 2

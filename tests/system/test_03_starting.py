@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 the Wicket helper authors
 """The helper starts when somebody connects, and says so once."""
 
-from helper import SERVICE, VERSION, helper_process, own_entries, starts
+from helper import SERVICE, VERSION, helper_process, own_entries, started_helper, starts
 
 
 def test_the_first_connection_starts_the_helper(machine, alice):
@@ -32,10 +32,11 @@ def test_the_doctor_finds_nothing_to_mend(alice):
 
 
 def test_the_journal_has_the_one_line_of_the_start(machine):
+    helper = started_helper(machine)
     assert len(starts(machine)) == 1
     (entry,) = own_entries(machine)
     assert entry["MESSAGE"] == "TlvPrivilegedHelper was initialized... - "
     assert entry["PRIORITY"] == "2"
     assert entry["_SYSTEMD_UNIT"] == SERVICE
     assert entry["_TRANSPORT"] == "journal"
-    assert entry["_PID"] == str(helper_process(machine))
+    assert entry["_PID"] == str(helper)
