@@ -45,7 +45,19 @@ std::unique_ptr<PolkitAgent> PolkitAgent::start(pid_t process, Behaviour behavio
   return agent;
 }
 
+void PolkitAgent::hold() {
+  const std::scoped_lock lock(mutex_);
+  isHeld_ = true;
+}
+
+void PolkitAgent::release() {
+  const std::scoped_lock lock(mutex_);
+  isHeld_ = false;
+  released_.notify_all();
+}
+
 PolkitAgent::~PolkitAgent() {
+  release();
   stopping_ = true;
   if (thread_.joinable()) thread_.join();
   sd_bus_flush_close_unref(bus_);
@@ -90,6 +102,10 @@ int PolkitAgent::answer(sd_bus_message* question, sd_bus_error* error) {
   }
   ++questions_;
   std::this_thread::sleep_for(delay_);
+  {
+    std::unique_lock lock(mutex_);
+    released_.wait(lock, [this] { return !isHeld_; });
+  }
   if (behaviour_ == Behaviour::dismisses) {
     return sd_bus_error_set(error, "org.freedesktop.PolicyKit1.Error.Cancelled", "The user closed the dialog");
   }

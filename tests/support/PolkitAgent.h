@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -28,6 +29,9 @@ class PolkitAgent {
   ~PolkitAgent();
 
   [[nodiscard]] int numberOfQuestions() const { return questions_; }
+  /// From now on it answers nothing until release().
+  void hold();
+  void release();
   /// The text of the last dialog.
   [[nodiscard]] std::string message() const {
     const std::scoped_lock lock(mutex_);
@@ -51,6 +55,8 @@ class PolkitAgent {
   std::atomic<int> questions_{0};
   mutable std::mutex mutex_;
   std::string message_;
+  bool isHeld_ = false;
+  std::condition_variable released_;
   std::thread thread_;
 };
 

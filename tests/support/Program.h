@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/Patience.h"
+
 namespace wicket::support {
 
 /// A program run to its end.
@@ -16,8 +18,7 @@ struct Program {
 
   /// The first word is an absolute path or is looked up in PATH; standard input is empty. A program that
   /// has not ended in time is killed.
-  [[nodiscard]] static Program run(const std::vector<std::string>& words,
-                                   std::chrono::milliseconds timeout = std::chrono::seconds(20));
+  [[nodiscard]] static Program run(const std::vector<std::string>& words, std::chrono::milliseconds timeout = patience);
 };
 
 }  // namespace wicket::support

@@ -8,6 +8,8 @@
 #include <sys/types.h>
 #include <vector>
 
+#include "tests/support/Patience.h"
+
 namespace wicket::support {
 
 /// A process of the program in tests/programs/StandIn.cpp. It starts in the mount namespace of the thread
@@ -22,7 +24,7 @@ class StandIn {
 
   [[nodiscard]] pid_t pid() const { return pid_; }
   /// Whether it says the line.
-  [[nodiscard]] bool awaitSaid(std::string_view line, std::chrono::milliseconds timeout = std::chrono::seconds(10));
+  [[nodiscard]] bool awaitSaid(std::string_view line, std::chrono::milliseconds timeout = patience);
   /// Lets it go on from the step "wait".
   void proceed() const;
   /// Kills it and waits until nothing of it is left.
