@@ -35,7 +35,7 @@ class InstallationTest : public IntegrationTest {
 
   static std::optional<std::int64_t> install(const std::string& paths) {
     const auto client = connect();
-    const auto code = client->awaitCode(client->startInstall(paths, support::tokenOfProcess(::getpid())), 20s);
+    const auto code = client->awaitCode(client->startInstall(paths, support::tokenOfProcess(::getpid())));
     client->pumpFor(20ms);
     EXPECT_EQ(client->log(), "");
     return code;
@@ -123,11 +123,9 @@ TEST_F(InstallationTest, ASourceThatIsALinkIsCopiedAsTheFileItNames) {
   EXPECT_EQ(readFile(source), content);
 }
 
-TEST_F(InstallationTest, ASourceThatIsAFifoFailsAtOnce) {
+TEST_F(InstallationTest, ASourceThatIsAFifoFailsWithoutWaitingForAWriter) {
   ASSERT_EQ(::mkfifo("/var/tmp/fifo.sh", 0600), 0);
-  const auto began = Clock::now();
   EXPECT_EQ(install(std::string("/var/tmp/fifo.sh,") + installed), 590);
-  EXPECT_LT(Clock::now() - began, 3s);
   EXPECT_FALSE(std::filesystem::exists(installed));
 }
 
