@@ -12,7 +12,7 @@ using support::StandIn;
 
 constexpr char witness[] = "/run/witness";
 /// What a helper may keep for itself after a few clients, and not for each.
-constexpr std::size_t tolerance = (isSanitized ? std::size_t{64} : std::size_t{4}) << 20U;
+constexpr std::size_t keptByHelper = (isSanitized ? std::size_t{64} : std::size_t{4}) << 20U;
 
 std::string callOfTheWitnessScript() {
   std::string body = DBusBytes::string("witness.sh");
@@ -41,7 +41,7 @@ void AttackTest::TearDown() {
   if (memory_ != 0) {
     expectNoEffect();
     EXPECT_EQ(helperPid(), helper_) << "the helper has ended";
-    EXPECT_LE(ProcessInspection::residentBytes(helper_), memory_ + tolerance);
+    EXPECT_LE(ProcessInspection::residentBytes(helper_), memory_ + keptByHelper);
     const auto started = journal_->receive();
     EXPECT_TRUE(started && started->at("MESSAGE").starts_with("TlvPrivilegedHelper was initialized"));
     EXPECT_FALSE(journal_->receive()) << "something was logged";

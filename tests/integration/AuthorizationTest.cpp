@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using Behaviour = support::PolkitAgent::Behaviour;
 
-constexpr char paths[] = "/var/tmp/source.sh,/var/orvane/job.sh";
+constexpr char scriptPaths[] = "/var/tmp/source.sh,/var/orvane/job.sh";
 constexpr char malformed[] = "Invalid Authorization External Form Data";
 constexpr char denied[] = "Optional(The authorization was denied.)";
 constexpr char canceled[] = "Optional(The authorization was canceled by the user.)";
@@ -55,7 +55,7 @@ class AuthorizationTest : public IntegrationTest {
 
   static void expectGranted(const std::vector<std::byte>& authorization) {
     const auto client = connect();
-    EXPECT_EQ(client->awaitCode(client->startInstall(paths, authorization)), 0);
+    EXPECT_EQ(client->awaitCode(client->startInstall(scriptPaths, authorization)), 0);
     EXPECT_EQ(client->log(), "");
     EXPECT_TRUE(std::filesystem::exists("/var/orvane/job.sh"));
   }
@@ -63,7 +63,7 @@ class AuthorizationTest : public IntegrationTest {
   static void expectRefused(const std::vector<std::byte>& authorization, const std::string& message) {
     const auto earlier = addScript("job.sh", "earlier");
     const auto client = connect();
-    EXPECT_EQ(client->awaitCode(client->startInstall(paths, authorization)), 156);
+    EXPECT_EQ(client->awaitCode(client->startInstall(scriptPaths, authorization)), 156);
     EXPECT_TRUE(client->awaitLog(line::notAuthorized(message)));
     EXPECT_EQ(client->log(), line::notAuthorized(message));
     EXPECT_EQ(readFile(earlier), "earlier");
@@ -144,7 +144,7 @@ TEST_F(AuthorizationTest, AnOpenDialogHoldsUpNoOtherClientAndOnlyTheLaterCallsOf
   agent().hold();
   const auto other = connectAndGreet();
   const auto client = connectAndGreet();
-  const auto installation = client->startInstall(paths, userToken());
+  const auto installation = client->startInstall(scriptPaths, userToken());
   const auto version = client->startVersion();
   EXPECT_TRUE(eventually([&] { return agent().numberOfQuestions() == 1; }));
   ASSERT_TRUE(other->await(other->startVersion()));

@@ -21,7 +21,7 @@ using ::testing::HasSubstr;
 
 /// One after the other; what is many times slower under a sanitizer needs to be done fewer times.
 constexpr int manyConnections = isSanitized ? 2'000 : 10'000;
-constexpr char version[] = "getVersionWithCompletion_";
+constexpr char getVersion[] = "getVersionWithCompletion_";
 constexpr char removeByName[] = "uninstallScriptWithFilename_completion_";
 
 class HostileClientTest : public IntegrationTest {
@@ -65,7 +65,7 @@ class HostileClientTest : public IntegrationTest {
     EXPECT_TRUE(client->send(DBusBytes::methodCall(1, removeByName, "s", name)));
     EXPECT_TRUE(hears(*client, "org.freedesktop.DBus.Error.InconsistentMessage"));
     EXPECT_TRUE(std::filesystem::exists(scriptFolder + "stays.sh"));
-    EXPECT_TRUE(client->send(DBusBytes::methodCall(2, version, "", "")));
+    EXPECT_TRUE(client->send(DBusBytes::methodCall(2, getVersion, "", "")));
     EXPECT_TRUE(hears(*client, "9417"));
   }
   pid_t helper() const { return helper_; }
@@ -76,7 +76,7 @@ class HostileClientTest : public IntegrationTest {
 
 TEST_F(HostileClientTest, MessagesMadeByHandAreAnswered) {
   const auto client = authenticated();
-  EXPECT_TRUE(client->send(DBusBytes::methodCall(7, version, "", "")));
+  EXPECT_TRUE(client->send(DBusBytes::methodCall(7, getVersion, "", "")));
   EXPECT_TRUE(hears(*client, "9417"));
 }
 
@@ -107,7 +107,7 @@ TEST_F(HostileClientTest, GarbageAfterTheHandshakeCutsTheConnection) {
 TEST_F(HostileClientTest, AMessageThatAnnouncesMoreThanItMayHoldCutsTheConnection) {
   const auto before = ProcessInspection::residentBytes(helper());
   for (const std::uint32_t length : {0x7FFFFFFFU, 0xFFFFFFFFU, 64U << 20U, 2U << 20U}) {
-    auto message = DBusBytes::methodCall(1, version, "", "");
+    auto message = DBusBytes::methodCall(1, getVersion, "", "");
     message.replace(4, 4, DBusBytes::number(length));
     expectCutAfter(message);
   }
@@ -154,7 +154,7 @@ TEST_F(HostileClientTest, WrongTypesAreAnErrorAndNothingRuns) {
   expectError(genuine().start("uninstallWithAll_",
                               [](sd_bus_message* message) { return sd_bus_message_append(message, "b", 1); }));
   expectError(
-      genuine().start(version, [](sd_bus_message* message) { return sd_bus_message_append(message, "s", "x"); }));
+      genuine().start(getVersion, [](sd_bus_message* message) { return sd_bus_message_append(message, "s", "x"); }));
   EXPECT_TRUE(std::filesystem::exists(scriptFolder + "stays.sh"));
   EXPECT_FALSE(std::filesystem::exists("/run/was-started"));
 }
@@ -189,7 +189,7 @@ TEST_F(HostileClientTest, ManyClientsThatSayWhoTheyAreAndGoLeaveNothingOpen) {
   for (int i = 0; i < manyConnections / 5; ++i) {
     if (i % 100 == 0) expectServed(genuine());
     const auto client = authenticated();
-    ASSERT_TRUE(client->send(DBusBytes::methodCall(1, version, "", "")));
+    ASSERT_TRUE(client->send(DBusBytes::methodCall(1, getVersion, "", "")));
   }
   expectServed(genuine());
   EXPECT_TRUE(eventually([&] { return ProcessInspection::descriptorCount(helper()) <= descriptors + 2; }));
@@ -214,7 +214,7 @@ TEST_F(HostileClientTest, AClientThatAsksWithoutReadingTheAnswersMakesTheHelperN
   const auto client = authenticated();
   client->giveUpSendingAfter(1s);
   std::string calls;
-  for (std::uint32_t i = 1; i <= 1000; ++i) calls += DBusBytes::methodCall(i, version, "", "");
+  for (std::uint32_t i = 1; i <= 1000; ++i) calls += DBusBytes::methodCall(i, getVersion, "", "");
   bool isTaken = true;
   for (int i = 0; isTaken && i < 500; ++i) isTaken = client->send(calls);
   EXPECT_FALSE(isTaken) << "nothing slowed the client down";
