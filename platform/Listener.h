@@ -38,9 +38,10 @@ class Listener {
   virtual void setDelegate(ListenerDelegate& delegate) = 0;
   virtual void resume() = 0;
   /// For the end of the process: takes no more clients, so that those who come now wait for the
-  /// process that is started next. Clients that wait for an answer, and those taken within the last
-  /// timeToAsk that have not asked anything yet, are still served: returns when all of them have
-  /// their answers, after timeToFinish at most. Not on the delegate's queue.
+  /// process that is started next. Clients that wait for an answer or to be accepted, and those that
+  /// have not asked anything yet and could not do so before the last timeToAsk, are still served:
+  /// returns when all of them have their answers, after timeToFinish at most. Not on the delegate's
+  /// queue.
   virtual void finish() = 0;
 };
 

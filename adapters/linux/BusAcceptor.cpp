@@ -59,8 +59,7 @@ void BusAcceptor::finish(std::function<void()> done) {
   restTimer_.reset();
   done_ = std::move(done);
   for (const auto& [channel, owned] : channels_) {
-    const bool mayAsk = !channel->hasAsked() && channel->age() < Listener::timeToAsk;
-    if (mayAsk || (channel->hasAsked() && !channel->isAnswered())) awaited_.insert(channel);
+    if (channel->isWaiting(Listener::timeToAsk)) awaited_.insert(channel);
   }
   sd_event_source* timer = nullptr;
   const bool canWait =

@@ -117,11 +117,15 @@ void BusChannel::advance() {
 
 bool BusChannel::isAnswered() const { return hasAsked() && sender_.hasAnsweredAll() && unwrittenMessages() == 0; }
 
-std::chrono::steady_clock::duration BusChannel::age() const { return std::chrono::steady_clock::now() - since_; }
+bool BusChannel::isWaiting(std::chrono::steady_clock::duration timeToAsk) const {
+  if (hasAsked()) return !isAnswered();
+  return phase_ == Phase::deciding || hasUnread() || std::chrono::steady_clock::now() - since_ < timeToAsk;
+}
 
 void BusChannel::startRunning() {
   if (!connection_->isRunning()) return;
   phase_ = Phase::running;
+  since_ = std::chrono::steady_clock::now();
   owner_.decided(*this);
   if (const auto interface = connection_->exportedInterface()) {
     methods_ = BusVtable::ofMethods(*interface, &onCall);
@@ -163,6 +167,11 @@ bool BusChannel::hasClientHungUp() {
   pollfd state{client_.get(), 0, 0};
   if (!clientHungUp_ && poll(&state, 1, 0) > 0) clientHungUp_ = true;
   return clientHungUp_;
+}
+
+bool BusChannel::hasUnread() const {
+  pollfd state{client_.get(), POLLIN, 0};
+  return poll(&state, 1, 0) > 0;
 }
 
 bool BusChannel::mayRead() const {

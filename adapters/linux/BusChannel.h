@@ -54,10 +54,9 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   /// Goes on wherever something may have changed, and closes when the connection has ended.
   void service() override;
   [[nodiscard]] const std::shared_ptr<BusConnection>& connection() const { return connection_; }
-  [[nodiscard]] bool hasAsked() const { return sender_.hasBeenAsked(); }
-  /// True once the client has asked something and has all its answers.
-  [[nodiscard]] bool isAnswered() const;
-  [[nodiscard]] std::chrono::steady_clock::duration age() const;
+  /// Whether the client waits for something of ours: for the decision about it, for an answer, or for what it has sent
+  /// to be read. So does one that has not had @p timeToAsk yet.
+  [[nodiscard]] bool isWaiting(std::chrono::steady_clock::duration timeToAsk) const;
 
  private:
   enum class Phase { handshake, deciding, running, closed };
@@ -80,6 +79,10 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   void processBus();
   int deliver(sd_bus_message* message);
   [[nodiscard]] bool hasClientHungUp();
+  [[nodiscard]] bool hasUnread() const;
+  [[nodiscard]] bool hasAsked() const { return sender_.hasBeenAsked(); }
+  /// True once the client has asked something and has all its answers.
+  [[nodiscard]] bool isAnswered() const;
   [[nodiscard]] bool mayRead() const;
   [[nodiscard]] std::uint64_t unwrittenMessages() const;
   void listenForEvents();
@@ -87,7 +90,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
 
   const std::shared_ptr<BusConnection> connection_;
   Owner& owner_;
-  const std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
+  std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();  ///< when it could begin to speak
   Phase phase_ = Phase::handshake;
   std::optional<BusVtable> methods_;
   std::optional<BusVtable> signals_;

@@ -99,10 +99,10 @@ sandbox_polkit_answers() {
     org.freedesktop.PolicyKit1.Authority BackendVersion >/dev/null 2>&1
 }
 
-# sandbox_wait PID LOG COMMAND...: until the command succeeds; not longer than ten seconds, nor than the
-# process lives.
+# sandbox_wait PID LOG COMMAND...: until the command succeeds; not longer than two minutes, which the busiest
+# machine does not need, nor than the process lives.
 sandbox_wait() {
-  local pid=$1 log=$2 deadline=$((SECONDS + 10))
+  local pid=$1 log=$2 deadline=$((SECONDS + 120))
   shift 2
   until "$@"; do
     if ! kill -0 "$pid" 2>/dev/null || [ "$SECONDS" -ge "$deadline" ]; then

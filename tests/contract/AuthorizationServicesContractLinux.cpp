@@ -105,9 +105,8 @@ TEST_F(PolkitAuthorizationTest, OutsideAClientsCallNobodyIsAuthorized) {
 }
 
 TEST_F(PolkitAuthorizationTest, AClientThatEndsWhileTheUserIsAskedIsDenied) {
-  std::promise<void> clientHasEnded;
-  world_->startAgent(PolkitAgent::Behaviour::authenticates,
-                     [ended = clientHasEnded.get_future().share()] { ended.wait(); });
+  world_->startAgent(PolkitAgent::Behaviour::authenticates);
+  world_->agent().hold();
   const auto held = reference();
   ASSERT_NE(held, nullptr);
   auto status = std::async(std::launch::async, [&] { return ask(*held); });
@@ -115,7 +114,7 @@ TEST_F(PolkitAuthorizationTest, AClientThatEndsWhileTheUserIsAskedIsDenied) {
       [&] { return world_->agent().numberOfQuestions() > 0 || status.wait_for(0ms) == std::future_status::ready; }));
   EXPECT_EQ(world_->agent().numberOfQuestions(), 1);
   world_->client().endUnnoticed();
-  clientHasEnded.set_value();
+  world_->agent().release();
   EXPECT_EQ(status.get(), authorization_status::denied);
 }
 
@@ -139,11 +138,15 @@ TEST_F(PolkitAuthorizationTest, EachRequestAsksTheUserAnew) {
 
 /// The bus library's own limit, which a test cannot wait for, is shortened: none may apply.
 TEST_F(PolkitAuthorizationTest, TheUserMayTakeAllTheTimeHeWants) {
-  world_->startAgent(PolkitAgent::Behaviour::authenticates, [] { std::this_thread::sleep_for(800ms); });
+  world_->startAgent(PolkitAgent::Behaviour::authenticates);
+  world_->agent().hold();
   const auto held = reference();
   ASSERT_NE(held, nullptr);
   ASSERT_EQ(::setenv("SYSTEMD_BUS_TIMEOUT", "500ms", 1), 0);
-  const auto status = ask(*held);
+  auto asking = std::async(std::launch::async, [&] { return ask(*held); });
+  std::this_thread::sleep_for(800ms);
+  world_->agent().release();
+  const auto status = asking.get();
   // The library greets the bus within the same limit, which on a busy machine may be too short for that.
   EXPECT_TRUE(status == authorization_status::success || world_->agent().numberOfQuestions() == 0) << status;
   ::unsetenv("SYSTEMD_BUS_TIMEOUT");

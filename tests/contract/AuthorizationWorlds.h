@@ -96,8 +96,8 @@ class PolkitWorld : public AuthorizationWorld {
     if (decision == Decision::userDismisses) startAgent(support::PolkitAgent::Behaviour::dismisses);
   }
 
-  void startAgent(support::PolkitAgent::Behaviour behaviour, std::function<void()> thinks = {}) {
-    agent_ = support::PolkitAgent::start(client_.pid(), behaviour, std::move(thinks));
+  void startAgent(support::PolkitAgent::Behaviour behaviour) {
+    agent_ = support::PolkitAgent::start(client_.pid(), behaviour);
     if (agent_ == nullptr) throw std::runtime_error("polkit refused the agent");
   }
   [[nodiscard]] wire::AuthorizationToken token() const {

@@ -30,7 +30,7 @@ TEST_F(ActivationTest, TheHelperStartsWithTheFirstConnectionOnly) {
 }
 
 TEST_F(ActivationTest, WithoutASocketTheHelperSaysSoInOneLineAndFails) {
-  const auto helper = Program::run({"env", "-u", "LISTEN_FDS", "-u", "LISTEN_PID", helperExecutable()}, 10s);
+  const auto helper = Program::run({"env", "-u", "LISTEN_FDS", "-u", "LISTEN_PID", helperExecutable()});
   EXPECT_GT(helper.status, 0);
   EXPECT_LT(helper.status, 128);
   EXPECT_EQ(helper.output, "");
@@ -40,7 +40,7 @@ TEST_F(ActivationTest, WithoutASocketTheHelperSaysSoInOneLineAndFails) {
 
 TEST_F(ActivationTest, ADescriptorThatIsNoListeningSocketIsRefused) {
   const auto helper =
-      Program::run({"bash", "-c", "LISTEN_FDS=1 LISTEN_PID=$$ exec " + helperExecutable() + " 3</dev/null"}, 10s);
+      Program::run({"bash", "-c", "LISTEN_FDS=1 LISTEN_PID=$$ exec " + helperExecutable() + " 3</dev/null"});
   EXPECT_GT(helper.status, 0);
   EXPECT_LT(helper.status, 128);
   EXPECT_EQ(std::ranges::count(helper.errors, '\n'), 1);
@@ -48,7 +48,7 @@ TEST_F(ActivationTest, ADescriptorThatIsNoListeningSocketIsRefused) {
 
 TEST_F(ActivationTest, ASocketMeantForAnotherProcessIsRefused) {
   const auto helper =
-      Program::run({"bash", "-c", "LISTEN_FDS=1 LISTEN_PID=1 exec " + helperExecutable() + " 3</dev/null"}, 10s);
+      Program::run({"bash", "-c", "LISTEN_FDS=1 LISTEN_PID=1 exec " + helperExecutable() + " 3</dev/null"});
   EXPECT_GT(helper.status, 0);
   EXPECT_LT(helper.status, 128);
 }
@@ -100,7 +100,8 @@ TEST_F(ActivationTest, SelfRemovalRemovesTheJobAndThenTheInstalledFile) {
   replaceSystemctl(0);
   const auto client = connectAndGreet();
   ASSERT_TRUE(client->uninstall(0));
-  EXPECT_TRUE(client->pumpUntil([&] { return !std::filesystem::exists(executable); }, 5s));
+  EXPECT_TRUE(eventually([&] { return !std::filesystem::exists(executable); }));
+  client->pumpFor(200ms);
   const auto called = readFile("/run/systemctl.called");
   EXPECT_THAT(called, HasSubstr("net.orvane.Wicket.TlvPrivilegedHelper.socket"));
   EXPECT_EQ(client->log(), "");

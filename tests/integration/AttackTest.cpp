@@ -7,13 +7,12 @@
 namespace wicket::integration {
 namespace {
 
-using namespace std::chrono_literals;
 using support::DBusBytes;
 using support::StandIn;
 
 constexpr char witness[] = "/run/witness";
 /// What a helper may keep for itself after a few clients, and not for each.
-constexpr std::size_t tolerance = (isSanitized ? std::size_t{64} : std::size_t{4}) << 20U;
+constexpr std::size_t keptByHelper = (isSanitized ? std::size_t{64} : std::size_t{4}) << 20U;
 
 std::string callOfTheWitnessScript() {
   std::string body = DBusBytes::string("witness.sh");
@@ -33,22 +32,20 @@ void AttackTest::SetUp() {
   writeFile(callFile, callOfTheWitnessScript());
   std::filesystem::copy_file(CompanionStage::standIn(), plain);
   ASSERT_TRUE(CompanionStage::installAsCompanion(CompanionStage::standIn(), companion));
-  genuine_ = connectAndGreet();
-  helper_ = helperPid();
   expectNoEffect();
+  helper_ = helperPid();
   memory_ = ProcessInspection::residentBytes(helper_);
 }
 
 void AttackTest::TearDown() {
-  if (genuine_ != nullptr && memory_ != 0) {
+  if (memory_ != 0) {
     expectNoEffect();
     EXPECT_EQ(helperPid(), helper_) << "the helper has ended";
-    EXPECT_LE(ProcessInspection::residentBytes(helper_), memory_ + tolerance);
+    EXPECT_LE(ProcessInspection::residentBytes(helper_), memory_ + keptByHelper);
     const auto started = journal_->receive();
     EXPECT_TRUE(started && started->at("MESSAGE").starts_with("TlvPrivilegedHelper was initialized"));
     EXPECT_FALSE(journal_->receive()) << "something was logged";
   }
-  genuine_.reset();
   journal_.reset();
   IntegrationTest::TearDown();
 }
@@ -81,10 +78,15 @@ void AttackTest::expectUnreachable(StandIn& client) {
   expectNoEffect();
 }
 
+void AttackTest::expectGenuineServed() {
+  const auto reply = genuine().await(genuine().startVersion());
+  EXPECT_TRUE(reply && reply->error.empty());
+}
+
 void AttackTest::expectNoEffect() {
   // A script from its start to its end: whatever was dispatched before has started meanwhile.
-  const auto serial = genuine_->startRun("nothing.sh");
-  EXPECT_EQ(genuine_->awaitExit(serial, 20s), 0) << "the genuine client is not served";
+  BusClient& client = genuine();
+  EXPECT_EQ(client.awaitExit(client.startRun("nothing.sh")), 0) << "the genuine client is not served";
   EXPECT_FALSE(std::filesystem::exists(witness)) << "the call of a client that was refused had its effect";
 }
 

@@ -54,6 +54,8 @@ class AttackTest : public IntegrationTest {
   void expectServed(const Client& client) { expectServed(*client); }
   void expectRefused(const Client& client) { expectRefused(*client); }
   void expectUnreachable(const Client& client) { expectUnreachable(*client); }
+  /// Between the rounds of a long attack.
+  void expectGenuineServed();
   /// Nobody has made the helper run the witness script, and nobody's call still waits for it to be run.
   void expectNoEffect();
 
@@ -61,7 +63,6 @@ class AttackTest : public IntegrationTest {
 
  private:
   std::optional<support::JournalSocket> journal_;
-  std::unique_ptr<BusClient> genuine_;
   pid_t helper_ = 0;
   std::size_t memory_ = 0;
 };

@@ -298,8 +298,9 @@ TEST_F(CommandHardeningTest, ACopyThatMayNotBeWrittenLeavesNothingBehind) {
 }
 
 TEST_F(CommandHardeningTest, AnAlarmThatTheCallerSetDoesNotGoOff) {
-  addScript("wait.sh", "#!/bin/bash\nsleep 1.5\nexit 6\n");
-  const auto run = wicket("exec perl -e 'alarm 1; exec { $ARGV[0] } @ARGV' \"$@\"", {"run", "wait.sh"});
+  // Long enough for any command to have begun, and over before the script is.
+  addScript("wait.sh", "#!/bin/bash\nsleep 11\nexit 6\n");
+  const auto run = wicket("exec perl -e 'alarm 10; exec { $ARGV[0] } @ARGV' \"$@\"", {"run", "wait.sh"});
   EXPECT_EQ(run.status, 6) << run.errors;
 }
 

@@ -26,9 +26,9 @@ class CommandTest : public IntegrationTest {
     polkit_.reset();
     IntegrationTest::TearDown();
   }
-  static Program wicket(std::vector<std::string> words, std::chrono::milliseconds timeout = 20s) {
+  static Program wicket(std::vector<std::string> words) {
     words.insert(words.begin(), commandExecutable());
-    return Program::run(words, timeout);
+    return Program::run(words);
   }
   /// As an ordinary user whom the socket's group lets in, so that polkit has to decide.
   static Program wicketAsUser(const std::vector<std::string>& words) {
@@ -78,16 +78,14 @@ TEST_F(CommandTest, RunOfAScriptThatEndsWellEndsWithZero) {
 }
 
 TEST_F(CommandTest, RunWithoutWaitingReturnsWhileTheScriptRuns) {
-  addScript("job.sh", "#!/bin/bash\necho > /run/was-started\nsleep 5\nexit 7\n");
-  const auto began = Clock::now();
+  addScript("job.sh", "#!/bin/bash\necho > /run/was-started\nsleep 1000\n");
   EXPECT_EQ(wicket({"run", "job.sh", "--no-wait"}).status, 0);
-  EXPECT_LT(Clock::now() - began, 3s);
   EXPECT_TRUE(eventually([] { return std::filesystem::exists("/run/was-started"); }));
 }
 
 TEST_F(CommandTest, RunWhoseConnectionIsCutEndsWith124AndSaysThatTheScriptKeepsRunning) {
-  addScript("long.sh", "#!/bin/bash\necho $$ > /run/long.pid\nsleep 100\n");
-  const auto run = wicket({"run", "long.sh"}, 60s);
+  addScript("long.sh", "#!/bin/bash\necho $$ > /run/long.pid\nsleep 1000\n");
+  const auto run = wicket({"run", "long.sh"});
   EXPECT_EQ(run.status, 124);
   EXPECT_THAT(run.errors, HasSubstr("keeps running"));
   EXPECT_TRUE(ProcessInspection::isAlive(std::stoi(readFile("/run/long.pid"))));

@@ -28,7 +28,9 @@ using support::PrivateNamespace;
 constexpr gid_t newGroup = 47110;
 
 std::string reachable(const std::string& file) { return "/mnt" / fs::path(file).filename(); }
-std::string installed(const std::string& program) { return "/mnt/installed-" + fs::path(program).filename().string(); }
+std::string installedCopyOf(const std::string& program) {
+  return "/mnt/installed-" + fs::path(program).filename().string();
+}
 
 bool copy(const std::string& from, const std::string& to) {
   std::error_code error;
@@ -58,9 +60,9 @@ bool build() {
     if (fs::exists(authorityFile(suffix))) files.push_back(authorityFile(suffix));
   }
   return !PrivateNamespace::keepReachable(files).empty() && addGroup() &&
-         copy(reachable(WICKET_COMMAND), installed(WICKET_COMMAND)) &&
-         CompanionStage::giveGroup(installed(WICKET_COMMAND)) && copy("/proc/self/exe", installed("tests")) &&
-         CompanionStage::giveGroup(installed("tests"));
+         copy(reachable(WICKET_COMMAND), installedCopyOf(WICKET_COMMAND)) &&
+         CompanionStage::giveGroup(installedCopyOf(WICKET_COMMAND)) &&
+         copy("/proc/self/exe", installedCopyOf("tests")) && CompanionStage::giveGroup(installedCopyOf("tests"));
 }
 
 }  // namespace
@@ -72,12 +74,12 @@ std::optional<std::string> CompanionStage::enter(char** arguments) {
   }
   if (const auto obstacle = PrivateNamespace::enter()) return obstacle;
   if (!build()) return "the companion cannot be installed where it stays visible";
-  ::execv(installed("tests").c_str(), arguments);
+  ::execv(installedCopyOf("tests").c_str(), arguments);
   return std::string("the installed test program does not start: ") + std::strerror(errno);
 }
 
 std::string CompanionStage::helper() { return reachable(WICKET_HELPER); }
-std::string CompanionStage::command() { return installed(WICKET_COMMAND); }
+std::string CompanionStage::command() { return installedCopyOf(WICKET_COMMAND); }
 std::string CompanionStage::policy() { return reachable(WICKET_POLICY); }
 
 std::string CompanionStage::standIn() { return reachable(WICKET_STAND_IN); }

@@ -23,7 +23,7 @@ struct Signing {
 class CompanionStage {
  public:
   /// Builds the stage and starts this program anew on it. Returns at once where that has happened, and
-  /// with the reason where it cannot. Must run before a second thread exists.
+  /// with the reason where it failed. Must run before a second thread exists.
   [[nodiscard]] static std::optional<std::string> enter(char** arguments);
 
   [[nodiscard]] static std::string helper();

@@ -7,6 +7,7 @@
 
 #include "tests/integration/IntegrationTest.h"
 #include "tests/support/RawClient.h"
+#include "tests/support/Stopwatch.h"
 #include "wire/BusNames.h"
 
 namespace wicket::integration {
@@ -18,7 +19,9 @@ using support::DBusBytes;
 using support::RawClient;
 using ::testing::HasSubstr;
 
-constexpr char version[] = "getVersionWithCompletion_";
+/// One after the other; what is many times slower under a sanitizer needs to be done fewer times.
+constexpr int manyConnections = isSanitized ? 2'000 : 10'000;
+constexpr char getVersion[] = "getVersionWithCompletion_";
 constexpr char removeByName[] = "uninstallScriptWithFilename_completion_";
 
 class HostileClientTest : public IntegrationTest {
@@ -27,17 +30,16 @@ class HostileClientTest : public IntegrationTest {
   void SetUp() override {
     IntegrationTest::SetUp();
     if (IsSkipped() || HasFatalFailure()) return;
-    genuine_ = connectAndGreet();
+    expectServed(genuine());
     helper_ = helperPid();
   }
   /// Whatever happened, the same process still serves both the old client and a new one.
   void TearDown() override {
-    if (genuine_ != nullptr) {
+    if (helper_ != 0) {
       EXPECT_EQ(helperPid(), helper_);
-      expectServed(*genuine_);
+      expectServed(genuine());
       expectServed(*connect());
     }
-    genuine_.reset();
     IntegrationTest::TearDown();
   }
   static void expectServed(BusClient& client) {
@@ -54,30 +56,28 @@ class HostileClientTest : public IntegrationTest {
   static void expectCutAfter(std::string_view bytes) {
     const auto client = authenticated();
     EXPECT_TRUE(client->send(bytes));
-    EXPECT_TRUE(client->isClosedWithin(3s));
+    EXPECT_TRUE(client->isClosedWithin(patience));
   }
   /// A removal with these bytes for its name is answered with an error and removes nothing.
   static void expectInconsistent(const std::string& name) {
     addScript("stays.sh", "#!/bin/bash\n");
     const auto client = authenticated();
     EXPECT_TRUE(client->send(DBusBytes::methodCall(1, removeByName, "s", name)));
-    EXPECT_THAT(client->receive(500ms), HasSubstr("org.freedesktop.DBus.Error.InconsistentMessage"));
+    EXPECT_TRUE(hears(*client, "org.freedesktop.DBus.Error.InconsistentMessage"));
     EXPECT_TRUE(std::filesystem::exists(scriptFolder + "stays.sh"));
-    EXPECT_TRUE(client->send(DBusBytes::methodCall(2, version, "", "")));
-    EXPECT_THAT(client->receive(500ms), HasSubstr("9417"));
+    EXPECT_TRUE(client->send(DBusBytes::methodCall(2, getVersion, "", "")));
+    EXPECT_TRUE(hears(*client, "9417"));
   }
-  BusClient& genuine() { return *genuine_; }
   pid_t helper() const { return helper_; }
 
  private:
-  std::unique_ptr<BusClient> genuine_;
   pid_t helper_ = 0;
 };
 
 TEST_F(HostileClientTest, MessagesMadeByHandAreAnswered) {
   const auto client = authenticated();
-  EXPECT_TRUE(client->send(DBusBytes::methodCall(7, version, "", "")));
-  EXPECT_THAT(client->receive(500ms), HasSubstr("9417"));
+  EXPECT_TRUE(client->send(DBusBytes::methodCall(7, getVersion, "", "")));
+  EXPECT_TRUE(hears(*client, "9417"));
 }
 
 TEST_F(HostileClientTest, ANameThatIsNotUtf8IsAnErrorAndRunsNothing) {
@@ -96,7 +96,7 @@ TEST_F(HostileClientTest, GarbageInsteadOfAHandshakeCutsTheConnection) {
   for (const auto bytes : {"GET / HTTP/1.1\r\n\r\n"sv, "\x16\x03\x01\x02\x00\x01\x00\x01"sv, "\r\n\r\n"sv}) {
     RawClient client(wire::socketPath);
     static_cast<void>(client.send(bytes));
-    EXPECT_TRUE(client.isClosedWithin(3s));
+    EXPECT_TRUE(client.isClosedWithin(patience));
   }
 }
 
@@ -107,7 +107,7 @@ TEST_F(HostileClientTest, GarbageAfterTheHandshakeCutsTheConnection) {
 TEST_F(HostileClientTest, AMessageThatAnnouncesMoreThanItMayHoldCutsTheConnection) {
   const auto before = ProcessInspection::residentBytes(helper());
   for (const std::uint32_t length : {0x7FFFFFFFU, 0xFFFFFFFFU, 64U << 20U, 2U << 20U}) {
-    auto message = DBusBytes::methodCall(1, version, "", "");
+    auto message = DBusBytes::methodCall(1, getVersion, "", "");
     message.replace(4, 4, DBusBytes::number(length));
     expectCutAfter(message);
   }
@@ -115,26 +115,23 @@ TEST_F(HostileClientTest, AMessageThatAnnouncesMoreThanItMayHoldCutsTheConnectio
 }
 
 TEST_F(HostileClientTest, AHandshakeThatIsNotFinishedIsDroppedAfterFiveSeconds) {
+  const support::Stopwatch watch({helper()});
+  const auto began = Clock::now();
   RawClient silent(wire::socketPath);
   RawClient half(wire::socketPath);
   EXPECT_TRUE(half.send("\0AUTH EXTERNAL 30\r\nNEGOTIATE_"sv));
-  const auto began = Clock::now();
-  EXPECT_FALSE(silent.isClosedWithin(4500ms));
-  EXPECT_FALSE(half.isClosedWithin(0ms));
-  EXPECT_TRUE(half.isClosedWithin(2s));
-  EXPECT_TRUE(silent.isClosedWithin(2s));
-  EXPECT_LT(Clock::now() - began, 6s);
+  EXPECT_TRUE(silent.isClosedWithin(patience));
+  EXPECT_GE(Clock::now() - began, 5s);
+  EXPECT_TRUE(half.isClosedWithin(patience));
+  EXPECT_LT(watch.elapsed(), 6s);
 }
 
 TEST_F(HostileClientTest, AHandshakeSentByteByByteDoesNotOutliveFiveSecondsEither) {
+  const support::Stopwatch watch({helper()});
   RawClient slow(wire::socketPath);
-  const auto began = Clock::now();
   bool isOpen = slow.send("\0"sv);
-  while (isOpen && Clock::now() < began + 10s) {
-    isOpen = slow.send("A") && !slow.isClosedWithin(200ms);
-  }
+  while (isOpen && watch.elapsed() < 6s) isOpen = slow.send("A") && !slow.isClosedWithin(200ms);
   EXPECT_FALSE(isOpen);
-  EXPECT_LT(Clock::now() - began, 6s);
 }
 
 TEST_F(HostileClientTest, WrongTypesAreAnErrorAndNothingRuns) {
@@ -157,7 +154,7 @@ TEST_F(HostileClientTest, WrongTypesAreAnErrorAndNothingRuns) {
   expectError(genuine().start("uninstallWithAll_",
                               [](sd_bus_message* message) { return sd_bus_message_append(message, "b", 1); }));
   expectError(
-      genuine().start(version, [](sd_bus_message* message) { return sd_bus_message_append(message, "s", "x"); }));
+      genuine().start(getVersion, [](sd_bus_message* message) { return sd_bus_message_append(message, "s", "x"); }));
   EXPECT_TRUE(std::filesystem::exists(scriptFolder + "stays.sh"));
   EXPECT_FALSE(std::filesystem::exists("/run/was-started"));
 }
@@ -170,14 +167,14 @@ TEST_F(HostileClientTest, UnknownMembersAreAnError) {
   }
 }
 
-TEST_F(HostileClientTest, TenThousandConnectionsLeaveNothingBehind) {
+TEST_F(HostileClientTest, ThousandsOfConnectionsLeaveNothingBehind) {
   const auto descriptors = ProcessInspection::descriptorCount(helper());
   const auto threads = ProcessInspection::threadCount(helper());
   const auto memory = ProcessInspection::residentBytes(helper());
-  for (int i = 0; i < 10'000; ++i) {
+  for (int i = 0; i < manyConnections; ++i) {
     RawClient client(wire::socketPath);
     ASSERT_TRUE(client.isConnected()) << i;
-    if (i % 1000 == 0) expectServed(genuine());
+    if (i % 100 == 0) expectServed(genuine());
   }
   expectServed(genuine());
   EXPECT_TRUE(eventually([&] { return ProcessInspection::descriptorCount(helper()) <= descriptors + 2; }));
@@ -185,13 +182,14 @@ TEST_F(HostileClientTest, TenThousandConnectionsLeaveNothingBehind) {
   EXPECT_LT(ProcessInspection::residentBytes(helper()), memory + (isSanitized ? 256U << 20U : 16U << 20U));
 }
 
-TEST_F(HostileClientTest, TwoThousandClientsThatSayWhoTheyAreAndGoLeaveNothingOpen) {
+TEST_F(HostileClientTest, ManyClientsThatSayWhoTheyAreAndGoLeaveNothingOpen) {
   const auto descriptors = ProcessInspection::descriptorCount(helper());
   const auto threads = ProcessInspection::threadCount(helper());
   const auto memory = ProcessInspection::residentBytes(helper());
-  for (int i = 0; i < 2'000; ++i) {
+  for (int i = 0; i < manyConnections / 5; ++i) {
+    if (i % 100 == 0) expectServed(genuine());
     const auto client = authenticated();
-    ASSERT_TRUE(client->send(DBusBytes::methodCall(1, version, "", "")));
+    ASSERT_TRUE(client->send(DBusBytes::methodCall(1, getVersion, "", "")));
   }
   expectServed(genuine());
   EXPECT_TRUE(eventually([&] { return ProcessInspection::descriptorCount(helper()) <= descriptors + 2; }));
@@ -202,29 +200,28 @@ TEST_F(HostileClientTest, TwoThousandClientsThatSayWhoTheyAreAndGoLeaveNothingOp
 TEST_F(HostileClientTest, AThousandSilentConnectionsDoNotKeepAGenuineClientOut) {
   std::vector<std::unique_ptr<RawClient>> silent;
   for (int i = 0; i < 200; ++i) silent.push_back(std::make_unique<RawClient>(wire::socketPath));
-  const auto asked = Clock::now();
+  const support::Stopwatch watch({helper()});
   expectServed(*connect());
-  EXPECT_LT(Clock::now() - asked, 1s);
+  EXPECT_LT(watch.elapsed(), 1s);
   for (int i = 0; i < 800; ++i) silent.push_back(std::make_unique<RawClient>(wire::socketPath));
   // The silent ones go after 5 s at the latest and make room.
   const auto late = connect();
-  const auto reply = late->await(late->startVersion(), 30s);
-  ASSERT_TRUE(reply);
-  EXPECT_EQ(reply->text, "9417");
+  expectServed(*late);
 }
 
 TEST_F(HostileClientTest, AClientThatAsksWithoutReadingTheAnswersMakesTheHelperNeitherGrowNorSlow) {
   const auto memory = ProcessInspection::residentBytes(helper());
   const auto client = authenticated();
-  client->giveUpSendingAfter(300ms);
+  client->giveUpSendingAfter(1s);
   std::string calls;
-  for (std::uint32_t i = 1; i <= 1000; ++i) calls += DBusBytes::methodCall(i, version, "", "");
+  for (std::uint32_t i = 1; i <= 1000; ++i) calls += DBusBytes::methodCall(i, getVersion, "", "");
   bool isTaken = true;
-  for (const auto end = Clock::now() + 3s; isTaken && Clock::now() < end;) isTaken = client->send(calls);
+  for (int i = 0; isTaken && i < 500; ++i) isTaken = client->send(calls);
   EXPECT_FALSE(isTaken) << "nothing slowed the client down";
-  const auto asked = Clock::now();
+  static_cast<void>(genuine());
+  const support::Stopwatch watch({helper()});
   expectServed(genuine());
-  EXPECT_LT(Clock::now() - asked, 1s);
+  EXPECT_LT(watch.elapsed(), 1s);
   EXPECT_LT(ProcessInspection::residentBytes(helper()), memory + (isSanitized ? 200U << 20U : 16U << 20U));
 }
 

@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "tests/integration/IntegrationTest.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -10,20 +11,16 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/Machine.h"
 #include "wire/BusNames.h"
 
 namespace wicket::integration {
 namespace {
 
 using namespace std::chrono_literals;
+using support::Need;
 
 constexpr char errorFile[] = "/run/helper.errors";
-
-/// Why the tests cannot run, if they cannot.
-std::optional<std::string>& obstacle() {
-  static std::optional<std::string> reason;
-  return reason;
-}
 
 void makeWorldWritable(const std::string& folder) {
   std::filesystem::create_directories(folder);
@@ -41,24 +38,23 @@ bool isFiltered(pid_t pid) {
   return false;
 }
 
-bool isContinuousIntegration() {
-  const char* value = std::getenv("CI");
-  return value != nullptr && std::string(value) == "true";
-}
-
 }  // namespace
 
 void IntegrationTest::prepareProcess(char** arguments) {
-  obstacle() = CompanionStage::enter(arguments);
+  // Where that is not allowed, each test says so.
+  if (support::refusalOf(Need::mountNamespace) || support::refusalOf(Need::privilegesOfFiles)) return;
+  if (const auto failure = CompanionStage::enter(arguments)) {
+    std::fprintf(stderr, "%s\n", failure->c_str());
+    std::exit(EXIT_FAILURE);
+  }
   // Scripts outlive their helper; this process takes them over, so that it can end them.
   ::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
 }
 
 void IntegrationTest::SetUp() {
-  if (const auto& reason = obstacle()) {
-    if (isContinuousIntegration()) FAIL() << *reason;
-    GTEST_SKIP() << *reason;
-  }
+  WICKET_NEEDS(Need::mountNamespace);
+  WICKET_NEEDS(Need::privilegesOfFiles);
+  if (isKernelOlder()) WICKET_NEEDS(Need::seccompListener);
   folders_.emplace();
   for (const char* folder : {"/run", "/var", "/etc/polkit-1"}) ASSERT_TRUE(folders_->replace(folder)) << folder;
   for (const char* folder : {"/run/dbus", "/var/lib/polkit-1"}) std::filesystem::create_directories(folder);
@@ -88,6 +84,7 @@ void IntegrationTest::replaceSystemctl(int status) {
 
 void IntegrationTest::TearDown() {
   if (!folders_) return;
+  genuine_.reset();
   activator_.reset();
   ProcessInspection::endAllChildren();
   EXPECT_EQ(helperErrors(), "");
@@ -102,10 +99,17 @@ std::unique_ptr<BusClient> IntegrationTest::connect() {
 
 std::unique_ptr<BusClient> IntegrationTest::connectAndGreet() {
   auto client = connect();
-  const auto reply = client->await(client->startVersion(), 20s);
+  const auto reply = client->await(client->startVersion());
   if (!reply || !reply->error.empty()) throw std::runtime_error("the helper does not answer");
   if (isFiltered(helperPid()) != isKernelOlder()) throw std::runtime_error("the helper is on the wrong kernel");
   return client;
+}
+
+BusClient& IntegrationTest::genuine() {
+  constexpr auto age = 15s;
+  const bool isYoung = genuine_ != nullptr && Clock::now() - genuine_->connectedAt() < age;
+  if (!isYoung) genuine_ = connectAndGreet();
+  return *genuine_;
 }
 
 std::string IntegrationTest::addScript(const std::string& name, const std::string& content) {
@@ -127,13 +131,25 @@ std::string IntegrationTest::readFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-bool IntegrationTest::eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
-  const auto deadline = Clock::now() + timeout;
+bool IntegrationTest::eventually(const std::function<bool()>& condition) {
+  const auto deadline = Clock::now() + patience;
   while (!condition()) {
     if (Clock::now() > deadline) return false;
     std::this_thread::sleep_for(2ms);
   }
   return true;
+}
+
+bool IntegrationTest::hears(support::RawClient& client, std::string_view text) {
+  std::string heard;
+  bool isOpen = true;
+  const auto isHeard = [&] { return heard.find(text) != std::string::npos; };
+  eventually([&] {
+    heard += client.receive(10ms);
+    isOpen = !client.isClosedWithin(0ms);
+    return isHeard() || !isOpen;
+  });
+  return isHeard();
 }
 
 std::string IntegrationTest::helperErrors() { return readFile(errorFile).substr(0, 4000); }

@@ -8,12 +8,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 
 #include "tests/integration/CompanionStage.h"
 #include "tests/support/BusClient.h"
+#include "tests/support/Patience.h"
 #include "tests/support/PrivateFolders.h"
 #include "tests/support/ProcessInspection.h"
+#include "tests/support/RawClient.h"
 #include "tests/support/Sanitizers.h"
 #include "tests/support/SocketActivator.h"
 
@@ -21,6 +24,7 @@ namespace wicket::integration {
 
 using support::BusClient;
 using support::isSanitized;
+using support::patience;
 using support::ProcessInspection;
 using Clock = std::chrono::steady_clock;
 
@@ -51,15 +55,19 @@ class IntegrationTest : public ::testing::Test {
   [[nodiscard]] static std::unique_ptr<BusClient> connect();
   /// A client that the helper has accepted and answered, so that the helper runs.
   [[nodiscard]] std::unique_ptr<BusClient> connectAndGreet();
+  /// A client that the helper serves, however long the test takes: another one well before its 45 seconds are over,
+  /// so that the helper has no reason to end.
+  [[nodiscard]] BusClient& genuine();
   [[nodiscard]] pid_t helperPid() const { return activator_->currentPid(); }
 
   /// A file in the script folder as an installation leaves it. Returns its path.
   static std::string addScript(const std::string& name, const std::string& content);
   static void writeFile(const std::string& path, const std::string& content, unsigned mode = 0644);
   [[nodiscard]] static std::string readFile(const std::string& path);
-  /// Whether the condition holds within the time, looking again and again.
-  static bool eventually(const std::function<bool()>& condition,
-                         std::chrono::milliseconds timeout = std::chrono::seconds(10));
+  /// Whether the condition comes to hold, looking again and again.
+  static bool eventually(const std::function<bool()>& condition);
+  /// Whether that client is sent the text before its connection ends.
+  static bool hears(support::RawClient& client, std::string_view text);
 
   /// What the helper printed, or the beginning of it.
   [[nodiscard]] static std::string helperErrors();
@@ -70,6 +78,7 @@ class IntegrationTest : public ::testing::Test {
 
   std::optional<support::PrivateFolders> folders_;
   std::unique_ptr<support::SocketActivator> activator_;
+  std::unique_ptr<BusClient> genuine_;
 };
 
 /// The lines that the helper sends, to the letter.

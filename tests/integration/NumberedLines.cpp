@@ -15,6 +15,12 @@ std::string NumberedLines::command(std::size_t length) {
   return "seq " + std::to_string(firstNumber) + " " + std::to_string(firstNumber + wholeLines(length) / lineLength - 1);
 }
 
+std::string NumberedLines::commandUntil(const std::string& stop, const std::string& length) {
+  const std::string first = std::to_string(firstNumber);
+  return "for ((n = " + first + "; ; n += 100000)); do\n[[ -e " + stop + " ]] && break\nseq $n $((n + 99999))\ndone\n" +
+         "echo $(((n - " + first + ") * " + std::to_string(lineLength) + ")) > " + length + "\n";
+}
+
 void NumberedLines::take(std::string_view piece) {
   length_ += piece.size();
   while (!piece.empty()) {

@@ -20,6 +20,8 @@ class NumberedLines {
   }
   /// A shell command that writes it.
   [[nodiscard]] static std::string command(std::size_t length);
+  /// Lines of a shell script that write it until the file @p stop is there, and then the length to the file @p length.
+  [[nodiscard]] static std::string commandUntil(const std::string& stop, const std::string& length);
 
   void take(std::string_view piece);
   [[nodiscard]] std::size_t length() const { return length_; }

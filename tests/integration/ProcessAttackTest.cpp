@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "tests/integration/AttackTest.h"
+#include "tests/support/Machine.h"
 
 namespace wicket::integration {
 namespace {
@@ -83,6 +84,8 @@ TEST_F(ProcessAttackTest, TheCompanionUnderNoNewPrivilegesIsRefused) {
 }
 
 TEST_F(ProcessAttackTest, TheCompanionInsideAUserNamespaceIsRefused) {
+  WICKET_NEEDS(support::Need::userNamespace);
+  WICKET_NEEDS(support::Need::userNamespaceOfUser);
   expectUnreachable(startCompanion(companion, {"user-namespace"}));
   expectRefused(startMember({"user-namespace"}));
   // Whoever made the namespace rules in it, whatever his number.
@@ -93,6 +96,7 @@ TEST_F(ProcessAttackTest, TheCompanionInsideAUserNamespaceIsRefused) {
 TEST_F(ProcessAttackTest, TheCompanionOfAMemberOfItsGroupIsRefusedForHeMayTraceIt) { expectRefused(startMember({})); }
 
 TEST_F(ProcessAttackTest, ATracedCompanionIsRefused) {
+  WICKET_NEEDS(support::Need::tracing);
   expectUnreachable(startCompanion(companion, {"fork-traced"}));
   expectRefused(startMember({"fork-traced"}));
   // Only root can trace one that has its group from its file; the helper does not serve that either.
@@ -104,6 +108,7 @@ TEST_F(ProcessAttackTest, ATracedCompanionIsRefused) {
 }
 
 TEST_F(ProcessAttackTest, ACompanionIsNotServedOnceItIsTraced) {
+  WICKET_NEEDS(support::Need::tracing);
   const auto traced =
       start(joined({asUser(), {"execute", companion, "connect", wire::socketPath, "say", "here", "wait"}, ask()}));
   ASSERT_TRUE(traced->awaitSaid("here"));
@@ -127,7 +132,7 @@ TEST_F(ProcessAttackTest, AnotherProcessOfTheUserCannotEnterTheCompanion) {
 }
 
 TEST_F(ProcessAttackTest, AnotherProcessOfTheUserCannotEnterTheCommand) {
-  addScript("wait.sh", "#!/bin/bash\necho started\nsleep 30\n");
+  addScript("wait.sh", "#!/bin/bash\necho started\nsleep 1000\n");
   const auto command = start(joined({asUser(), {"execute", commandExecutable(), "run", "wait.sh"}}));
   ASSERT_TRUE(command->awaitSaid("started"));
   const auto intruder = start(joined({asUser(), {"intrude", std::to_string(command->pid())}}));

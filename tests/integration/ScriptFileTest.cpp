@@ -49,13 +49,13 @@ TEST_F(ScriptFileTest, WordsOfTheFirstLineComeBeforeThePath) {
   EXPECT_TRUE(client->awaitLog("one two /var/orvane/words.sh\n"));
 }
 
-TEST_F(ScriptFileTest, AScriptOf100MegabytesRuns) {
+TEST_F(ScriptFileTest, AScriptOfManyMegabytesRuns) {
   std::string content = "#!/bin/bash\nexit 6\n";
-  content.append(100'000'000, '#');
+  content.append(isSanitized ? 10'000'000 : 100'000'000, '#');
   addScript("large.sh", content);
   const auto client = connect();
   const auto serial = client->startRun("large.sh");
-  EXPECT_EQ(client->awaitCode(serial, 30s), 0);
+  EXPECT_EQ(client->awaitCode(serial), 0);
   EXPECT_EQ(client->awaitExit(serial), 6);
 }
 

@@ -59,7 +59,7 @@ TEST_F(SeveralClientsTest, ErrorLinesOfOneClientReachTheNewest) {
 }
 
 TEST_F(SeveralClientsTest, TwoRunsAtOnceReportUnderTheSerialsOfTheirOwnRequests) {
-  addScript("first.sh", "#!/bin/bash\nsleep 0.4\nexit 11\n");
+  addScript("first.sh", "#!/bin/bash\nuntil [[ -e /run/go ]]; do sleep 0.02; done\nexit 11\n");
   addScript("second.sh", "#!/bin/bash\nexit 12\n");
   const auto client = connectAndGreet();
   const auto first = client->startRun("first.sh");
@@ -67,6 +67,7 @@ TEST_F(SeveralClientsTest, TwoRunsAtOnceReportUnderTheSerialsOfTheirOwnRequests)
   ASSERT_NE(first, second);
   EXPECT_EQ(client->awaitExit(second), 12);
   EXPECT_TRUE(client->laterReports(first).empty());
+  writeFile("/run/go", "");
   EXPECT_EQ(client->awaitExit(first), 11);
 }
 
@@ -74,7 +75,7 @@ TEST_F(SeveralClientsTest, FiftyClientsAreServedByOneProcess) {
   std::vector<std::unique_ptr<BusClient>> clients;
   for (int i = 0; i < 50; ++i) clients.push_back(connect());
   for (const auto& client : clients) {
-    const auto reply = client->await(client->startVersion(), 20s);
+    const auto reply = client->await(client->startVersion());
     ASSERT_TRUE(reply);
     EXPECT_EQ(reply->text, "9417");
   }

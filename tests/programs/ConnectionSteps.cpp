@@ -127,7 +127,7 @@ char nextMessageType() {
 /// Passes over lines for the log and the like, which may come before an answer.
 std::string heard() {
   enum : char { nothing = 0, methodReturn = 2, error = 3 };
-  const timeval patience{10, 0};
+  const timeval patience{120, 0};
   ::setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
   for (bool isFirst = true;; isFirst = false) {
     errno = 0;

@@ -14,6 +14,7 @@
 #include <sched.h>
 #include <string_view>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -28,6 +29,8 @@ namespace {
 
 /// 0, or the error with which it was refused. In a process that does nothing else.
 using Attempt = std::function<int()>;
+
+constexpr uid_t nobody = 65534;
 
 int errorUnless(bool done) { return done ? 0 : errno; }
 
@@ -86,6 +89,13 @@ std::optional<std::string> attempt(Need need) {
       return refusal("a mount namespace", [&] { return mountPrivately(folder.path()); });
     case Need::userNamespace:
       return refusal("a user namespace", makeUserNamespace);
+    case Need::userNamespaceOfUser:
+      return refusal("a user namespace of an ordinary user", [] {
+        const bool isUser = ::geteuid() != 0 || ::setresuid(nobody, nobody, nobody) == 0;
+        return errorUnless(isUser && ::unshare(CLONE_NEWUSER) == 0);
+      });
+    case Need::privilegesOfFiles:
+      return refusal("set-group bits", [] { return ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 0 ? 0 : EPERM; });
     case Need::seccompListener:
       return refusal("a listener of system calls", installListener);
     case Need::deviceFile:

@@ -3,14 +3,13 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <sys/types.h>
 #include <systemd/sd-bus.h>
 #include <thread>
-#include <utility>
 
 namespace wicket::support {
 
@@ -20,15 +19,17 @@ class PolkitAgent {
  public:
   enum class Behaviour { authenticates, failsToAuthenticate, dismisses };
 
-  /// @p thinks: what the user waits for before each answer. Only root can speak for another user's process.
-  [[nodiscard]] static std::unique_ptr<PolkitAgent> start(pid_t process, Behaviour behaviour,
-                                                          std::function<void()> thinks = {});
+  /// Only root can speak for another user's process.
+  [[nodiscard]] static std::unique_ptr<PolkitAgent> start(pid_t process, Behaviour behaviour);
 
   PolkitAgent(const PolkitAgent&) = delete;
   PolkitAgent& operator=(const PolkitAgent&) = delete;
   ~PolkitAgent();
 
   [[nodiscard]] int numberOfQuestions() const { return questions_; }
+  /// The user thinks: from now on nothing is answered until release().
+  void hold();
+  void release();
   /// The text of the last dialog.
   [[nodiscard]] std::string message() const {
     const std::scoped_lock lock(mutex_);
@@ -36,7 +37,7 @@ class PolkitAgent {
   }
 
  private:
-  PolkitAgent(Behaviour behaviour, std::function<void()> thinks) : behaviour_(behaviour), thinks_(std::move(thinks)) {}
+  explicit PolkitAgent(Behaviour behaviour) : behaviour_(behaviour) {}
   [[nodiscard]] bool registerFor(pid_t process);
   void serve();
   int answer(sd_bus_message* question, sd_bus_error* error);
@@ -46,13 +47,13 @@ class PolkitAgent {
   static const sd_bus_vtable methods[];
 
   const Behaviour behaviour_;
-  const std::function<void()> thinks_;
   sd_bus* bus_ = nullptr;
-  uid_t user_ = 0;
   std::atomic<bool> stopping_{false};
   std::atomic<int> questions_{0};
   mutable std::mutex mutex_;
   std::string message_;
+  bool isHeld_ = false;
+  std::condition_variable released_;
   std::thread thread_;
 };
 

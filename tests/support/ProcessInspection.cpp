@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -58,6 +59,13 @@ bool ProcessInspection::isAlive(pid_t pid) {
 std::size_t ProcessInspection::residentBytes(pid_t pid) { return statusNumber(pid, "VmRSS:") * 1024; }
 
 std::size_t ProcessInspection::threadCount(pid_t pid) { return statusNumber(pid, "Threads:"); }
+
+std::chrono::nanoseconds ProcessInspection::processorTime(pid_t pid) {
+  clockid_t clock{};
+  timespec time{};
+  if (::clock_getcpuclockid(pid, &clock) != 0 || ::clock_gettime(clock, &time) != 0) return {};
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
 
 std::size_t ProcessInspection::descriptorCount(pid_t pid) {
   std::error_code error;

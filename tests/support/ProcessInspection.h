@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <sys/types.h>
@@ -16,6 +17,8 @@ class ProcessInspection {
   /// 0 when the process is gone.
   [[nodiscard]] static std::size_t residentBytes(pid_t pid);
   [[nodiscard]] static std::size_t threadCount(pid_t pid);
+  /// What all its threads together have had of the processors, those that have ended included.
+  [[nodiscard]] static std::chrono::nanoseconds processorTime(pid_t pid);
   [[nodiscard]] static std::size_t descriptorCount(pid_t pid);
   [[nodiscard]] static std::vector<pid_t> childrenOf(pid_t pid);
   /// Kills everything that this process still has as a child, adopted grandchildren included, one by one.

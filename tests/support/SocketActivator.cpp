@@ -130,8 +130,7 @@ bool SocketActivator::waitForEnds(std::size_t count, std::chrono::milliseconds t
 
 void SocketActivator::serve() {
   while (lives().size() < startLimit && waitForConnection()) {
-    const pid_t pid = start();
-    if (pid > 0) run(pid);
+    if (const auto pid = start()) awaitEnd(*pid);
   }
 }
 
@@ -149,7 +148,7 @@ bool SocketActivator::waitForEnd(int pidDescriptor) const {
   return polled[0].revents == 0;
 }
 
-pid_t SocketActivator::start() const {
+pid_t SocketActivator::spawn() const {
   Environment environment;
   const int errors = ::open(errorFile_.c_str(), O_CREAT | O_APPEND | O_WRONLY | O_CLOEXEC, 0600);
   const pid_t pid = ::fork();
@@ -158,13 +157,18 @@ pid_t SocketActivator::start() const {
   return pid;
 }
 
-void SocketActivator::run(pid_t pid) {
+std::optional<pid_t> SocketActivator::start() {
+  // Whoever hears from the program finds it here.
+  const std::lock_guard lock(mutex_);
+  const auto started = Clock::now();
+  const pid_t pid = spawn();
+  if (pid < 0) return std::nullopt;
+  lives_.push_back({pid, started, std::nullopt, 0});
+  return pid;
+}
+
+void SocketActivator::awaitEnd(pid_t pid) {
   const int pidDescriptor = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
-  {
-    const std::lock_guard lock(mutex_);
-    lives_.push_back({pid, Clock::now(), std::nullopt, 0});
-  }
-  changed_.notify_all();
   if (!waitForEnd(pidDescriptor)) ::kill(pid, SIGKILL);
   int status = 0;
   while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {

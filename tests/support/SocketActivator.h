@@ -12,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/Patience.h"
+
 namespace wicket::support {
 
 /// Owns the helper's socket as systemd does: it starts the program when a connection arrives, hands the
@@ -24,7 +26,7 @@ class SocketActivator {
   /// The program looks here first for what it starts by name.
   static constexpr char firstProgramFolder[] = "/run/programs";
 
-  /// One process from its start to its end.
+  /// One process. It starts after the first moment and has ended before the second.
   struct Life {
     pid_t pid;
     Clock::time_point started;
@@ -43,14 +45,16 @@ class SocketActivator {
   /// The running program, 0 when there is none.
   [[nodiscard]] pid_t currentPid() const;
   /// Whether that many programs have ended by then.
-  [[nodiscard]] bool waitForEnds(std::size_t count, std::chrono::milliseconds timeout);
+  [[nodiscard]] bool waitForEnds(std::size_t count, std::chrono::milliseconds timeout = patience);
 
  private:
   void serve();
   [[nodiscard]] bool waitForConnection() const;
   [[nodiscard]] bool waitForEnd(int pidDescriptor) const;
-  [[nodiscard]] pid_t start() const;
-  void run(pid_t pid);
+  /// Its number; none when there could not be another process.
+  [[nodiscard]] std::optional<pid_t> start();
+  [[nodiscard]] pid_t spawn() const;
+  void awaitEnd(pid_t pid);
 
   std::string executable_;
   std::string errorFile_;
