@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 
@@ -42,7 +41,9 @@ std::optional<AuditTokenData> tokenFrom(const std::string& text) {
 
 std::string contentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
 }
 
 struct ClosePipe {

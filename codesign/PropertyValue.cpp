@@ -161,7 +161,8 @@ Node nodeOf(const PropertyValue& value) {
   if (const auto* array = value.as<PropertyArray>()) {
     return nodeOfArray(*array);
   }
-  return nodeOfDictionary(*value.as<PropertyDictionary>());
+  const auto* const dictionary = value.as<PropertyDictionary>();
+  return dictionary != nullptr ? nodeOfDictionary(*dictionary) : nullptr;
 }
 
 }  // namespace

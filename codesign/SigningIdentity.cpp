@@ -3,7 +3,6 @@
 #include "codesign/SigningIdentity.h"
 
 #include <fstream>
-#include <iterator>
 #include <openssl/err.h>
 #include <openssl/x509v3.h>
 #include <utility>
@@ -14,7 +13,10 @@ namespace {
 
 std::expected<std::vector<Certificate>, std::string> certificatesOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  const std::string pem{std::istreambuf_iterator<char>(file), {}};
+  std::string pem;
+  for (char byte = 0; file.get(byte);) {
+    pem += byte;
+  }
   if (!file.is_open() || file.bad()) return std::unexpected("The certificate file cannot be read");
   auto certificates = Certificate::allFromPem(pem);
   if (!certificates) return std::unexpected("The certificate file holds no certificate in PEM form");

@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/BusVtable.h"
 
+#include <cstdint>
 #include <utility>
 
 #include "wire/BusNames.h"

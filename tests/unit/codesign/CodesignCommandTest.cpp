@@ -241,6 +241,8 @@ TEST_F(CodesignCommandTest, EachBadInputIsOneProblem) {
        "holds no private key"},
       {{"sign", "--key", pathOf("key.pem"), "--certificate", pathOf("text"), "--identifier", "a", pathOf("program")},
        "holds no certificate"},
+      {{"sign", "--key", pathOf("key.pem"), "--certificate", pathOf("."), "--identifier", "a", pathOf("program")},
+       "certificate file cannot be read"},
       {{"sign", "--key", pathOf("key.pem"), "--certificate", pathOf("root.pem"), "--identifier", "a",
         pathOf("program")},
        "not that of the first certificate"},
