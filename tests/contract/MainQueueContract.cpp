@@ -145,7 +145,9 @@ TYPED_TEST(MainQueueContract, AHandlerMayCancelTheTimerThatIsNext) {
 
 TYPED_TEST(MainQueueContract, ATimerThatAHandlerArmsFiresInTheSamePassIfItIsDueInIt) {
   std::chrono::nanoseconds lastDue{};
+  int left = 100;  // many more than fit into the pass
   std::function<void()> armNext = [&] {
+    if (left-- == 0) return;
     (void)this->world_.queue().schedule(5ms, armNext);
     lastDue = this->world_.now() + 5ms;
   };
