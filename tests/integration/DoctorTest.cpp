@@ -95,7 +95,7 @@ TEST_F(DoctorTest, ExplainsNoNewPrivileges) {
 }
 
 TEST_F(DoctorTest, ExplainsAUserNamespace) {
-  WICKET_NEEDS(support::Need::userNamespaceOfUser);
+  WICKET_NEEDS(support::Need::userNamespace);
   expectProblem(doctor(commandExecutable(), {"unshare", "--user"}), "user namespace", "outside of the container");
 }
 

@@ -85,7 +85,6 @@ TEST_F(ProcessAttackTest, TheCompanionUnderNoNewPrivilegesIsRefused) {
 
 TEST_F(ProcessAttackTest, TheCompanionInsideAUserNamespaceIsRefused) {
   WICKET_NEEDS(support::Need::userNamespace);
-  WICKET_NEEDS(support::Need::userNamespaceOfUser);
   expectUnreachable(startCompanion(companion, {"user-namespace"}));
   expectRefused(startMember({"user-namespace"}));
   // Whoever made the namespace rules in it, whatever his number.

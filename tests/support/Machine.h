@@ -11,13 +11,12 @@ namespace wicket::support {
 /// What a test may need, and a kernel, or whoever made the container that a test runs in, may forbid.
 enum class Need {
   root,
-  mountNamespace,       ///< unshare(CLONE_NEWNS), and mounting in it
-  userNamespace,        ///< unshare(CLONE_NEWUSER), which nobody may in a chroot
-  userNamespaceOfUser,  ///< the same by an ordinary user
-  privilegesOfFiles,    ///< set-user and set-group bits, which no_new_privs takes the effect from
-  seccompListener,      ///< a filter of system calls whose decisions another process makes
-  deviceFile,           ///< mknod() of a character device
-  tracing,              ///< ptrace() of a process of root's
+  mountNamespace,     ///< unshare(CLONE_NEWNS), and mounting in it
+  userNamespace,      ///< unshare(CLONE_NEWUSER) by an ordinary user, which nobody may in a chroot
+  privilegesOfFiles,  ///< set-user and set-group bits, which no_new_privs takes the effect from
+  seccompListener,    ///< a filter of system calls whose decisions another process makes
+  deviceFile,         ///< mknod() of a character device
+  tracing,            ///< ptrace() of a process of root's
 };
 
 /// The one place that knows what this machine forbids: tries it, once, in a process of its own. None where it is
