@@ -11,6 +11,7 @@
 
 #include "adapters/linux/AttributedReceive.h"
 #include "adapters/linux/PeerProcess.h"
+#include "adapters/linux/SdTimer.h"
 
 namespace wicket::linux_adapter {
 namespace {
@@ -61,11 +62,7 @@ void BusAcceptor::finish(std::function<void()> done) {
   for (const auto& [channel, owned] : channels_) {
     if (channel->isWaiting(Listener::timeToAsk)) awaited_.insert(channel);
   }
-  sd_event_source* timer = nullptr;
-  const bool canWait =
-      sd_event_add_time_relative(event_, &timer, CLOCK_MONOTONIC, static_cast<std::uint64_t>(graceTime.count()), 0,
-                                 &onGraceEnded, this) >= 0;
-  graceTimer_.reset(timer);
+  const bool canWait = armTimer(event_, graceTimer_, graceTime, &onGraceEnded, this) >= 0;
   if (awaited_.empty() || !canWait) endGrace();
 }
 
@@ -155,13 +152,10 @@ bool BusAcceptor::take() {
 void BusAcceptor::rest() {
   isResting_ = true;
   listenForClients();
-  sd_event_source* timer = nullptr;
-  if (sd_event_add_time_relative(event_, &timer, CLOCK_MONOTONIC, static_cast<std::uint64_t>(restTime.count()), 0,
-                                 &onRested, this) < 0) {
+  if (armTimer(event_, restTimer_, restTime, &onRested, this) < 0) {
     isResting_ = false;
-    return listenForClients();
+    listenForClients();
   }
-  restTimer_.reset(timer);
 }
 
 void BusAcceptor::listenForClients() {

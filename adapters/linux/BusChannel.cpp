@@ -16,6 +16,7 @@
 
 #include "adapters/linux/ArgumentReader.h"
 #include "adapters/linux/AttributedReceive.h"
+#include "adapters/linux/SdTimer.h"
 #include "wire/BusNames.h"
 
 namespace wicket::linux_adapter {
@@ -72,11 +73,7 @@ int BusChannel::addSources(sd_event* event) {
   int result = sd_event_add_io(event, &socket, client_.get(), EPOLLIN, &onSocket, this);
   if (result < 0) return result;
   socketSource_.reset(socket);
-  sd_event_source* timer = nullptr;
-  result = sd_event_add_time_relative(event, &timer, CLOCK_MONOTONIC, static_cast<std::uint64_t>(handshakeTime.count()),
-                                      1, &onHandshakeTimeout, this);
-  if (result >= 0) handshakeTimer_.reset(timer);
-  return result;
+  return armTimer(event, handshakeTimer_, handshakeTime, &onHandshakeTimeout, this);
 }
 
 int BusChannel::onSocket(sd_event_source* /*source*/, int /*descriptor*/, std::uint32_t events, void* channel) {

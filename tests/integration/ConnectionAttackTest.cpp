@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <algorithm>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>
@@ -102,7 +101,7 @@ class ReusedNumberTest : public ConnectionAttackTest {
   /// What the helper thinks of it once everything is in place. @p isHelperAsleep: it has not even accepted the
   /// connection before.
   void attack(const Steps& beforeDeath, const Steps& afterwards, bool isHelperAsleep) {
-    if (isHelperAsleep) ::kill(helper(), SIGSTOP);
+    if (isHelperAsleep) stopHelper();
     const auto attacker = start(joined({asGroupMember(),
                                         toHelper(),
                                         beforeDeath,
@@ -116,7 +115,7 @@ class ReusedNumberTest : public ConnectionAttackTest {
     const auto successor =
         start(joined({{"fork-with-number", std::to_string(number)}, asUser(), {"execute", companion, "say", "here"}}));
     const bool isReused = successor->awaitSaid("here");
-    ::kill(helper(), SIGCONT);
+    if (isHelperAsleep) continueHelper();
     ASSERT_TRUE(isLeft && isReused);
     attacker->proceed();
     EXPECT_TRUE(attacker->awaitSaid("refused"));

@@ -2,12 +2,14 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "tests/integration/IntegrationTest.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <vector>
 
@@ -111,6 +113,15 @@ BusClient& IntegrationTest::genuine() {
   if (!isYoung) genuine_ = connectAndGreet();
   return *genuine_;
 }
+
+void IntegrationTest::stopHelper() const {
+  const pid_t pid = helperPid();
+  siginfo_t stopped{};
+  ASSERT_EQ(::kill(pid, SIGSTOP), 0);
+  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(pid), &stopped, WSTOPPED), 0);
+}
+
+void IntegrationTest::continueHelper() const { ASSERT_EQ(::kill(helperPid(), SIGCONT), 0); }
 
 std::string IntegrationTest::addScript(const std::string& name, const std::string& content) {
   std::filesystem::create_directories(scriptFolder);

@@ -60,6 +60,10 @@ class IntegrationTest : public ::testing::Test {
   [[nodiscard]] BusClient& genuine();
   [[nodiscard]] pid_t helperPid() const { return activator_->currentPid(); }
 
+  /// Lets the helper sleep. When this returns, none of its threads does anything any more.
+  void stopHelper() const;
+  void continueHelper() const;
+
   /// A file in the script folder as an installation leaves it. Returns its path.
   static std::string addScript(const std::string& name, const std::string& content);
   static void writeFile(const std::string& path, const std::string& content, unsigned mode = 0644);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <algorithm>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>
@@ -161,13 +160,11 @@ TEST_F(LifetimeTest, AClientThatConnectsWhileTheIdleHelperEndsIsServedByItOrByTh
   const auto guest = receive();
   ASSERT_TRUE(guest->awaitClosed(patience));
   // It sleeps through the end of its last pass. When it wakes it has to end, and all of them are at the door.
-  const pid_t helper = helperPid();
-  ASSERT_NE(helper, 0);
-  ASSERT_EQ(::kill(helper, SIGSTOP), 0);
+  stopHelper();
   std::vector<Caller> callers(150);
   waitUntil(guest.greeted + 2 * pass);
   const auto woken = Clock::now();
-  ASSERT_EQ(::kill(helper, SIGCONT), 0);
+  continueHelper();
   ASSERT_TRUE(activator().waitForEnds(1)) << "the helper did not end while clients came";
   const Caller next;
   const auto lost = std::ranges::count_if(callers, [](const Caller& caller) { return !caller.isServed(); });
