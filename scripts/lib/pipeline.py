@@ -66,12 +66,12 @@ class Pipeline:
         self._waiting.remove(task)
         self._began[task.name] = time.monotonic()
         print(f"== {task.name}", flush=True)
+        # A group and no session of its own: the kernel shares the processors out among sessions first, so that the
+        # suites would have no more of them than what is to stand back for them.
+        command = task.command if task.is_suite else ["nice", "-n", "10", *task.command]
         with open(task.log(self._logs), "wb") as log:
-            process = subprocess.Popen(task.command, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT,
-                                       start_new_session=True)
-        if not task.is_suite:
-            # Inherited by what it starts from now on: the suites bound times, the compilers do not.
-            os.sched_setscheduler(process.pid, os.SCHED_IDLE, os.sched_param(0))
+            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT,
+                                       process_group=0)
         self._running[process] = task
         threading.Thread(target=self._await, args=(process, task), daemon=True).start()
 
