@@ -97,7 +97,7 @@ TEST_F(BackpressureTest, AScriptThatWaitsForItsReaderGoesOnWhenTheConnectionIsCu
   const auto serial = client->startRun("waits.sh");
   EXPECT_EQ(client->awaitCode(serial), 0);
   const auto before = ProcessInspection::residentBytes(helperPid());
-  std::this_thread::sleep_until(client->connectedAt() + 43s);
+  std::this_thread::sleep_until(client->connectedAt() + 35s);
   EXPECT_FALSE(std::filesystem::exists("/run/done")) << "the script was not held back";
   EXPECT_LT(ProcessInspection::residentBytes(helperPid()), before + allowedGrowth);
   EXPECT_TRUE(eventually([] { return std::filesystem::exists("/run/done"); }));
