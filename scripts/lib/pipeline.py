@@ -20,7 +20,8 @@ class Task:
     command: list
     after: list = field(default_factory=list)  # the names of those that must have passed
     lane: str = ""  # of those in one lane one runs at a time, in their order
-    is_suite: bool = False  # it waits more than it works; anything else only gets what the suites leave
+    nice: int = 10  # what waits more than it works comes before what compiles
+    is_suite: bool = False  # it tries what was built
     may_skip: bool = False  # it ends with 77 where the machine does not allow it, and says why
 
     def log(self, folder: Path):
@@ -66,9 +67,9 @@ class Pipeline:
         self._waiting.remove(task)
         self._began[task.name] = time.monotonic()
         print(f"== {task.name}", flush=True)
-        # A group and no session of its own: the kernel shares the processors out among sessions first, so that the
-        # suites would have no more of them than what is to stand back for them.
-        command = task.command if task.is_suite else ["nice", "-n", "10", *task.command]
+        # A group and no session of its own: the kernel shares the processors out among sessions first, and only within
+        # one does it matter who is nice.
+        command = ["nice", "-n", str(task.nice), *task.command]
         with open(task.log(self._logs), "wb") as log:
             process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT,
                                        process_group=0)

@@ -59,7 +59,7 @@ def quick(options):
     return [
         *static_checks(),
         Task("build dev", configure_and_build("dev"), lane="compiler"),
-        Task("test dev", suite("dev", options, "^(slow|unit)$"), after=["build dev"], is_suite=True),
+        Task("test dev", suite("dev", options, "^(slow|unit)$"), after=["build dev"], nice=0, is_suite=True),
     ]
 
 
@@ -67,23 +67,28 @@ def one_preset(options):
     preset = options.preset
     return [
         Task(f"build {preset}", configure_and_build(preset), lane="compiler"),
-        Task(f"test {preset}", suite(preset, options), after=[f"build {preset}"], is_suite=True),
+        Task(f"test {preset}", suite(preset, options), after=[f"build {preset}"], nice=0, is_suite=True),
     ]
 
 
 def whole(options):
     """In the order in which they are begun: what others wait for first, and last what waits for nobody."""
-    tasks = [*static_checks()]
-    for preset in PRESETS:
-        tasks.append(Task(f"build {preset}", configure_and_build(preset), lane="compiler"))
-        tasks.append(Task(f"test {preset}", suite(preset, options), after=[f"build {preset}"], is_suite=True))
-    return tasks + [
+    builds = {preset: Task(f"build {preset}", configure_and_build(preset), lane="compiler") for preset in PRESETS}
+    suites = [Task(f"test {preset}", suite(preset, options), after=[f"build {preset}"], nice=0, is_suite=True)
+              for preset in PRESETS]
+    return [
+        *static_checks(),
+        builds["dev"],
+        Task("packages", ["scripts/package"], lane="compiler"),
+        builds["tsan"],
+        builds["asan"],
+        *suites,
         Task("interfaces", ["scripts/interface-check", "build/dev/bin"], after=["build dev"]),
-        Task("packages", ["scripts/package"], lane="packages"),
-        Task("test the packages on booted systems", ["scripts/system-test"], after=["packages"], is_suite=True,
+        Task("test the packages on booted systems", ["scripts/system-test"], after=["packages"], nice=0, is_suite=True,
              may_skip=True),
-        Task("Debian 13", ["scripts/release-test"], lane="Debian 13", is_suite=True, may_skip=True),
-        Task("check the packages", ["scripts/package-check"], after=["packages"], lane="packages"),
+        # It compiles, and waits for the network: it fills what the others leave.
+        Task("another release of Debian", ["scripts/release-test"], nice=15, is_suite=True, may_skip=True),
+        Task("check the packages", ["scripts/package-check"], after=["packages"], lane="compiler"),
         Task("check for macOS", ["scripts/macos-check"], lane="compiler"),
         Task("clang-tidy", ["scripts/tidy"], after=["build tsan"], lane="compiler"),
     ]
@@ -109,14 +114,13 @@ class BusyLoops:
 
 def play(tasks, options):
     """One run. Where the machine is to be busy, all is built before: compilers would only hold up what is tried."""
-    suites = [task for task in tasks if task.is_suite]
-    others = [task for task in tasks if not task.is_suite]
     if not options.busy:
         return Pipeline(tasks, LOGS).run()
-    if not Pipeline(others, LOGS).run():
+    suites = [task for task in tasks if task.is_suite]
+    if not Pipeline([task for task in tasks if not task.is_suite], LOGS).run():
         return False
     for task in suites:
-        task.after = []
+        task.nice = 0
     with BusyLoops(BUSY_LOOPS):
         return Pipeline(suites, LOGS).run()
 

@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <fstream>
 #include <sstream>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace wicket::support {
 namespace {
@@ -27,6 +30,22 @@ std::uint64_t startTimeOf(pid_t process) {
   std::uint64_t ticks = 0;
   fields >> ticks;
   return ticks;
+}
+
+uid_t userOf(pid_t process) {
+  struct stat folder{};
+  return ::stat(("/proc/" + std::to_string(process)).c_str(), &folder) == 0 ? folder.st_uid : static_cast<uid_t>(-1);
+}
+
+/// This thread alone; the library's function changes all of them.
+bool actAs(uid_t user) { return ::syscall(SYS_setresuid, -1, user, -1) == 0; }
+
+/// To the bus a connection belongs for ever to the user who made it.
+int connectAs(uid_t user, sd_bus** bus) {
+  const uid_t before = ::geteuid();
+  if (!actAs(user)) return -errno;
+  const int result = sd_bus_open_system(bus);
+  return actAs(before) ? result : -errno;
 }
 
 }  // namespace
@@ -64,7 +83,8 @@ PolkitAgent::~PolkitAgent() {
 }
 
 bool PolkitAgent::registerFor(pid_t process) {
-  return sd_bus_open_system(&bus_) >= 0 &&
+  user_ = userOf(process);
+  return connectAs(user_, &bus_) >= 0 &&
          sd_bus_add_object_vtable(bus_, nullptr, agentObject, agentInterface, methods, this) >= 0 &&
          sd_bus_call_method(bus_, service, authority, authorityInterface, "RegisterAuthenticationAgent", nullptr,
                             nullptr, "(sa{sv})ss", "unix-process", 2, "pid", "u", static_cast<std::uint32_t>(process),
@@ -115,9 +135,16 @@ int PolkitAgent::answer(sd_bus_message* question, sd_bus_error* error) {
   return sd_bus_reply_method_return(question, "");
 }
 
+// As agents do it: by a program of root's that has seen the password, in the name of the agent's user.
 int PolkitAgent::confirm(const std::string& cookie) {
-  return sd_bus_call_method(bus_, service, authority, authorityInterface, "AuthenticationAgentResponse2", nullptr,
-                            nullptr, "us(sa{sv})", 0U, cookie.c_str(), "unix-user", 1, "uid", "u", 0U);
+  sd_bus* roots = nullptr;
+  int result = sd_bus_open_system(&roots);
+  if (result >= 0) {
+    result = sd_bus_call_method(roots, service, authority, authorityInterface, "AuthenticationAgentResponse2", nullptr,
+                                nullptr, "us(sa{sv})", user_, cookie.c_str(), "unix-user", 1, "uid", "u", 0U);
+  }
+  sd_bus_flush_close_unref(roots);
+  return result;
 }
 
 }  // namespace wicket::support

@@ -48,6 +48,7 @@ class PolkitAgent {
 
   const Behaviour behaviour_;
   sd_bus* bus_ = nullptr;
+  uid_t user_ = 0;
   std::atomic<bool> stopping_{false};
   std::atomic<int> questions_{0};
   mutable std::mutex mutex_;
