@@ -3,6 +3,7 @@
 #include "tests/macos/frameworks/Authorization.h"
 
 #import <Foundation/Foundation.h>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
