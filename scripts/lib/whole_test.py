@@ -87,7 +87,7 @@ def whole(options):
         Task("test the packages on booted systems", ["scripts/system-test"], after=["packages"], nice=0, is_suite=True,
              may_skip=True),
         # It compiles, and waits for the network: it fills what the others leave.
-        Task("another release of Debian", ["scripts/release-test"], nice=15, is_suite=True, may_skip=True),
+        Task("another release of Debian", ["scripts/release-test"], is_suite=True, may_skip=True),
         Task("check the packages", ["scripts/package-check"], after=["packages"], lane="compiler"),
         Task("check for macOS", ["scripts/macos-check"], lane="compiler"),
         Task("clang-tidy", ["scripts/tidy"], after=["build tsan"], lane="compiler"),
