@@ -77,14 +77,15 @@ class Pipeline:
         threading.Thread(target=self._await, args=(process, task), daemon=True).start()
 
     def _await(self, process, task):
-        status = process.wait()
+        _, status, used = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
         with self._changed:
             if self._running.pop(process, None) is not None and self._failed is None:
-                self._conclude(task, status)
+                self._conclude(task, process.returncode, used.ru_utime + used.ru_stime)
             self._changed.notify_all()
 
-    def _conclude(self, task, status):
-        took = f"{time.monotonic() - self._began[task.name]:.0f} s"
+    def _conclude(self, task, status, processor_time):
+        took = f"{time.monotonic() - self._began[task.name]:.0f} s ({processor_time:.0f} s of processor time)"
         if status == 0:
             self._passed.add(task.name)
             print(f"== {task.name}: done in {took}", flush=True)
@@ -107,12 +108,12 @@ class Pipeline:
             self._running.clear()
         for process in left:
             send(process, signal.SIGTERM)
-        for process in left:
-            try:
-                process.wait(timeout=30)
-            except subprocess.TimeoutExpired:
-                send(process, signal.SIGKILL)
-                process.wait()
+        deadline = time.monotonic() + 30
+        while any(process.returncode is None for process in left):
+            if time.monotonic() > deadline:
+                for process in left:
+                    send(process, signal.SIGKILL)
+            time.sleep(0.1)
 
 
 def send(process, number):
