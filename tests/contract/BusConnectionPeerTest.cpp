@@ -138,6 +138,7 @@ TEST_F(BusConnectionPeerTest, AHandshakeOfAnotherProcessIsCutBeforeTheDelegateIs
 }
 
 TEST_F(BusConnectionPeerTest, ADescriptorThatAnotherProcessHasTakenIsCutWithoutItsCallHavingRun) {
+  WICKET_NEEDS(support::Need::takenDescriptor);
   StandIn client(WICKET_STAND_IN, greeting({"say", "greeted"}));
   ASSERT_TRUE(client.awaitSaid("greeted"));
   ASSERT_NE(delegate_.await(0), nullptr);
@@ -150,6 +151,7 @@ TEST_F(BusConnectionPeerTest, ADescriptorThatAnotherProcessHasTakenIsCutWithoutI
 }
 
 TEST_F(BusConnectionPeerTest, ACallOfWhichAnotherProcessSentTheBeginningDoesNotRun) {
+  WICKET_NEEDS(support::Need::takenDescriptor);
   const std::string call =
       DBusBytes::methodCall(1, "uninstallScriptWithFilename_completion_", "s", DBusBytes::string("a"));
   const std::string rest = folder_.path("rest");

@@ -16,9 +16,7 @@
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -51,21 +49,38 @@ int installListener() {
   return errorUnless(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program) >= 0);
 }
 
-int traceChild() {
-  const pid_t child = ::fork();
-  if (child == 0) {
+/// The system call itself: the thread sanitizer gives a child of the C library's fork() a second thread, and such a
+/// process may not do everything.
+pid_t startChild() { return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, 0)); }
+
+/// The attempt's result on a process that does nothing.
+int onIdleProcess(const std::function<int(pid_t)>& attempt) {
+  const pid_t idle = startChild();
+  if (idle == 0) {
     for (;;) ::pause();
   }
-  const int error = errorUnless(::ptrace(PTRACE_SEIZE, child, nullptr, nullptr) == 0);
-  ::kill(child, SIGKILL);
-  ::waitpid(child, nullptr, 0);
+  const int error = attempt(idle);
+  ::kill(idle, SIGKILL);
+  ::waitpid(idle, nullptr, 0);
   return error;
 }
 
-/// The attempt's result: it changes the process that makes it, so that is a child. The system call itself, because the
-/// thread sanitizer gives a child of the C library's fork() a second thread, and such a process may not do everything.
+int traceProcess() {
+  return onIdleProcess(
+      [](pid_t process) { return errorUnless(::ptrace(PTRACE_SEIZE, process, nullptr, nullptr) == 0); });
+}
+
+int takeDescriptor() {
+  return onIdleProcess([](pid_t process) {
+    const long handle = ::syscall(SYS_pidfd_open, process, 0);
+    // It has those that this process has.
+    return errorUnless(handle >= 0 && ::syscall(SYS_pidfd_getfd, handle, STDERR_FILENO, 0) >= 0);
+  });
+}
+
+/// The attempt's result: it changes the process that makes it, so that is a child.
 int resultOf(const Attempt& attempt) {
-  const auto child = static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, 0));
+  const pid_t child = startChild();
   if (child == 0) ::_exit(attempt());
   int status = 0;
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -92,12 +107,10 @@ std::optional<std::string> attempt(Need need) {
       return refusal("set-group bits", [] { return ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 0 ? 0 : EPERM; });
     case Need::seccompListener:
       return refusal("a listener of system calls", installListener);
-    case Need::deviceFile:
-      return refusal("a device file", [&] {
-        return errorUnless(::mknod(folder.path("null").c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0);
-      });
     case Need::tracing:
-      return refusal("to trace a process", traceChild);
+      return refusal("to trace a process", traceProcess);
+    case Need::takenDescriptor:
+      return refusal("a descriptor of another process", takeDescriptor);
   }
   std::abort();
 }

@@ -15,7 +15,7 @@ enum class Need {
   userNamespace,      ///< unshare(CLONE_NEWUSER) by an ordinary user, which nobody may in a chroot
   privilegesOfFiles,  ///< set-user and set-group bits, which no_new_privs takes the effect from
   seccompListener,    ///< a filter of system calls whose decisions another process makes
-  deviceFile,         ///< mknod() of a character device
+  takenDescriptor,    ///< pidfd_getfd() on a process of root's
   tracing,            ///< ptrace() of a process of root's
 };
 
