@@ -20,7 +20,7 @@ class Task:
     command: list
     after: list = field(default_factory=list)  # the names of those that must have passed
     lane: str = ""  # of those in one lane one runs at a time, in their order
-    nice: int = 10  # what waits more than it works comes before what compiles
+    nice: int = 3  # what compiles stands back, and not so far that a busy machine leaves it nothing
     is_suite: bool = False  # it tries what was built
     may_skip: bool = False  # it ends with 77 where the machine does not allow it, and says why
 
