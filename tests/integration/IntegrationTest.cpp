@@ -10,9 +10,9 @@
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
 #include <vector>
 
+#include "tests/support/ComesTrue.h"
 #include "tests/support/Machine.h"
 #include "wire/BusNames.h"
 
@@ -142,14 +142,7 @@ std::string IntegrationTest::readFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-bool IntegrationTest::eventually(const std::function<bool()>& condition) {
-  const auto deadline = Clock::now() + patience;
-  while (!condition()) {
-    if (Clock::now() > deadline) return false;
-    std::this_thread::sleep_for(2ms);
-  }
-  return true;
-}
+bool IntegrationTest::eventually(const std::function<bool()>& condition) { return support::comesTrue(condition); }
 
 bool IntegrationTest::hears(support::RawClient& client, std::string_view text) {
   std::string heard;
