@@ -46,7 +46,7 @@ struct PoliciesRelease {
 };
 using Policies = std::unique_ptr<CERTIFICATEPOLICIES, PoliciesRelease>;
 
-std::unexpected<CertificateError> failure(const char* message) {
+std::unexpected<CertificateError> certificateError(const char* message) {
   ERR_clear_error();
   return std::unexpected(CertificateError{message});
 }
@@ -105,7 +105,7 @@ Certificate Certificate::retaining(X509* certificate) {
 
 std::expected<Certificate, CertificateError> Certificate::fromDer(std::span<const std::byte> der) {
   if (der.size() > static_cast<std::size_t>(std::numeric_limits<long>::max())) {
-    return failure("the certificate is too large");
+    return certificateError("the certificate is too large");
   }
   const std::vector<unsigned char> bytes = [&] {
     std::vector<unsigned char> copy(der.size());
@@ -115,11 +115,11 @@ std::expected<Certificate, CertificateError> Certificate::fromDer(std::span<cons
   const unsigned char* position = bytes.data();
   X509* parsed = emptyCertificate();
   if (parsed == nullptr || d2i_X509(&parsed, &position, static_cast<long>(bytes.size())) == nullptr) {
-    return failure("this is no X.509 certificate in DER");
+    return certificateError("this is no X.509 certificate in DER");
   }
   Certificate certificate = owning(parsed);
   if (position != bytes.data() + bytes.size()) {
-    return failure("there are bytes behind the certificate");
+    return certificateError("there are bytes behind the certificate");
   }
   return certificate;
 }
@@ -128,7 +128,7 @@ std::expected<Certificate, CertificateError> Certificate::fromPem(std::string_vi
   const Bio bio = reading(pem);
   X509* parsed = bio ? nextCertificate(bio.get()) : nullptr;
   if (parsed == nullptr) {
-    return failure("there is no X.509 certificate in PEM");
+    return certificateError("there is no X.509 certificate in PEM");
   }
   return owning(parsed);
 }
@@ -141,10 +141,10 @@ std::expected<std::vector<Certificate>, CertificateError> Certificate::allFromPe
   }
   const bool isAtEnd = ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE;
   if (all.empty()) {
-    return failure("there is no X.509 certificate in PEM");
+    return certificateError("there is no X.509 certificate in PEM");
   }
   if (!isAtEnd) {
-    return failure("one of the X.509 certificates in PEM is damaged");
+    return certificateError("one of the X.509 certificates in PEM is damaged");
   }
   ERR_clear_error();
   return all;

@@ -13,12 +13,12 @@ namespace wicket::codesign {
 
 namespace {
 
-constexpr std::size_t chunkLength = 256 * 1024;
+constexpr std::size_t hashedAtOnce = 256 * 1024;
 
 bool feedFile(EVP_MD_CTX* context, int descriptor, std::uint64_t length) {
-  std::vector<std::byte> chunk(std::min<std::uint64_t>(length, chunkLength));
+  std::vector<std::byte> chunk(std::min<std::uint64_t>(length, hashedAtOnce));
   for (std::uint64_t offset = 0; offset < length; offset += chunk.size()) {
-    chunk.resize(std::min<std::uint64_t>(length - offset, chunkLength));
+    chunk.resize(std::min<std::uint64_t>(length - offset, hashedAtOnce));
     if (!readExactly(descriptor, offset, chunk)) return false;
     if (EVP_DigestUpdate(context, chunk.data(), chunk.size()) != 1) return false;
   }

@@ -17,7 +17,7 @@ namespace wicket::codesign {
 
 namespace {
 
-constexpr std::uint64_t chunkLength = 256 * 1024;
+constexpr std::uint64_t copiedAtOnce = 256 * 1024;
 constexpr mode_t permissionBits = 07777;
 
 std::expected<void, int> outcome(bool succeeded) {
@@ -67,9 +67,9 @@ std::expected<void, int> FileReplacement::append(std::span<const std::byte> byte
 }
 
 std::expected<void, int> FileReplacement::appendFrom(int source, std::uint64_t length) {
-  std::vector<std::byte> chunk(std::min(length, chunkLength));
+  std::vector<std::byte> chunk(std::min(length, copiedAtOnce));
   for (std::uint64_t offset = 0; offset < length; offset += chunk.size()) {
-    chunk.resize(std::min(length - offset, chunkLength));
+    chunk.resize(std::min(length - offset, copiedAtOnce));
     if (!readExactly(source, offset, chunk)) return std::unexpected(EIO);
     if (const auto appended = append(chunk); !appended) return appended;
   }

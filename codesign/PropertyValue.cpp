@@ -26,7 +26,7 @@ struct MemoryRelease {
 
 using Result = std::expected<PropertyValue, PropertyListError>;
 
-std::unexpected<PropertyListError> failure(std::string message) {
+std::unexpected<PropertyListError> propertyListError(std::string message) {
   return std::unexpected(PropertyListError{std::move(message)});
 }
 
@@ -93,7 +93,7 @@ Result dictionaryOf(plist_t node, int depth) {
 
 Result valueOf(plist_t node, int depth) {
   if (depth > PropertyValue::deepestNesting) {
-    return failure("the property list is nested too deeply");
+    return propertyListError("the property list is nested too deeply");
   }
   switch (library().plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
@@ -114,7 +114,7 @@ Result valueOf(plist_t node, int depth) {
     case PLIST_DICT:
       return dictionaryOf(node, depth);
     default:
-      return failure("the property list has a value of a kind that is not taken");
+      return propertyListError("the property list has a value of a kind that is not taken");
   }
 }
 
@@ -178,13 +178,13 @@ bool PropertyValue::operator==(const PropertyValue& other) const {
 
 std::expected<PropertyValue, PropertyListError> PropertyValue::fromXml(std::string_view text) {
   if (text.size() > longestText) {
-    return failure("the property list is longer than " + std::to_string(longestText) + " bytes");
+    return propertyListError("the property list is longer than " + std::to_string(longestText) + " bytes");
   }
   plist_t parsed = nullptr;
   library().plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &parsed);
   const Node node(parsed);
   if (!node) {
-    return failure("this is no property list in XML");
+    return propertyListError("this is no property list in XML");
   }
   return valueOf(node.get(), 0);
 }

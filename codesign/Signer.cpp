@@ -18,23 +18,23 @@ namespace wicket::codesign {
 
 namespace {
 
-using Failure = std::unexpected<std::string>;
+using Problem = std::unexpected<std::string>;
 
-Failure systemFailure(const std::string& what, int error) {
-  return Failure(what + ": " + std::generic_category().message(error));
+Problem systemFailure(const std::string& what, int error) {
+  return Problem(what + ": " + std::generic_category().message(error));
 }
 
 /// How much of the file is the program: all of it, or what lies before its block.
 std::expected<std::uint64_t, std::string> programLength(int descriptor, const struct stat& status) {
-  if (!S_ISREG(status.st_mode)) return Failure(textOf(SigningFailure::notARegularFile));
+  if (!S_ISREG(status.st_mode)) return Problem(textOf(SigningFailure::notARegularFile));
   std::uint64_t length = static_cast<std::uint64_t>(status.st_size);
   const auto block = SignatureBlock::find(descriptor);
   if (block) {
     length = block->coveredLength;
   } else if (block.error() != SigningFailure::notSigned) {
-    return Failure(textOf(block.error()));
+    return Problem(textOf(block.error()));
   }
-  if (length > SignatureVerifier::usualMaximumLength) return Failure(textOf(SigningFailure::fileTooLarge));
+  if (length > SignatureVerifier::usualMaximumLength) return Problem(textOf(SigningFailure::fileTooLarge));
   return length;
 }
 
@@ -42,14 +42,14 @@ std::expected<void, std::string> appendBlock(FileReplacement& file, std::uint64_
                                              const SigningIdentity& identity) {
   // Of what was written and not of what was read: the original may be changing.
   const auto digest = FileDigest::compute(file.descriptor(), length, length);
-  if (!digest) return Failure(textOf(digest.error()));
+  if (!digest) return Problem(textOf(digest.error()));
   const CodeDirectory directory{request.identifier, request.flags, request.entitlements, *digest, length};
   const auto content = directory.toPropertyList();
-  if (!content) return Failure("The identifier is empty, too long or holds a NUL");
+  if (!content) return Problem("The identifier is empty, too long or holds a NUL");
   const auto message = CmsSignature::sign(*content, identity, request.moment);
-  if (!message) return Failure("The key did not sign");
+  if (!message) return Problem("The key did not sign");
   if (message->size() > SignatureBlock::maximumMessageLength || !CodeDirectory::fromPropertyList(*content)) {
-    return Failure("The entitlements and the certificates are too much for a signature block");
+    return Problem("The entitlements and the certificates are too much for a signature block");
   }
   auto written = file.append(*message);
   if (written) written = file.append(SignatureTrailer{message->size()}.encode());
@@ -63,12 +63,12 @@ std::expected<void, std::string> Signer::sign(const std::string& path, const Sig
                                               const SigningIdentity& identity) {
   // Not blocking, because it may be a pipe, and no link, because it would be replaced by a file.
   const Descriptor original(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  if (!original.isOpen() && errno == ELOOP) return Failure("It is a symbolic link");
+  if (!original.isOpen() && errno == ELOOP) return Problem("It is a symbolic link");
   if (!original.isOpen()) return systemFailure("The file cannot be opened", errno);
   struct stat status{};
   if (::fstat(original.get(), &status) != 0) return systemFailure("The file cannot be read", errno);
   const auto length = programLength(original.get(), status);
-  if (!length) return Failure(length.error());
+  if (!length) return Problem(length.error());
   auto replacement = FileReplacement::create(path);
   if (!replacement) return systemFailure("No file can be made in the same folder", replacement.error());
   const auto copied = replacement->appendFrom(original.get(), *length);

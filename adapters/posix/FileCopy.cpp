@@ -26,8 +26,6 @@ using Result = FileManager::Result;
 constexpr mode_t copiedPermissions = 0755;
 constexpr std::size_t bufferSize = std::size_t{256} * 1024;
 
-std::unexpected<FileError> failure(int number) { return std::unexpected(FileError{number}); }
-
 /// The folder of a new entry, held open so that the temporary file, the rename and the sync all
 /// mean the same folder, and the entry's name.
 struct NewEntry {
@@ -37,7 +35,7 @@ struct NewEntry {
 
 std::expected<NewEntry, FileError> findPlace(const std::string& destination) {
   struct stat existing{};
-  if (::lstat(destination.c_str(), &existing) == 0) return failure(EEXIST);
+  if (::lstat(destination.c_str(), &existing) == 0) return std::unexpected(FileError{EEXIST});
   // An empty path stays ENOENT and never means the current directory.
   if (errno != ENOENT || destination.empty()) return lastError();
   const std::size_t nameEnd = destination.find_last_not_of('/') + 1;
@@ -47,7 +45,7 @@ std::expected<NewEntry, FileError> findPlace(const std::string& destination) {
                  destination.substr(nameStart, nameEnd - nameStart)};
   if (!entry.folder.isOpen()) return lastError();
   // Only a directory may be named with a slash at the end.
-  if (nameEnd != destination.size()) return failure(EISDIR);
+  if (nameEnd != destination.size()) return std::unexpected(FileError{EISDIR});
   return entry;
 }
 
@@ -76,7 +74,7 @@ class TemporaryFile {
 
   [[nodiscard]] Result renameTo(const std::string& name) {
     const int error = renameWithoutReplacing({folder_.get(), fileName}, {place_, name.c_str()});
-    if (error != 0) return failure(error);
+    if (error != 0) return std::unexpected(FileError{error});
     renamed_ = true;
     return {};
   }
@@ -93,13 +91,13 @@ class TemporaryFile {
       if (::mkdirat(place_, folderName_.c_str(), S_IRWXU) == 0) return {};
       if (errno != EEXIST) return lastError();
     }
-    return failure(EEXIST);
+    return std::unexpected(FileError{EEXIST});
   }
 
   [[nodiscard]] Result lastErrorWithoutFolder() const {
     const int error = errno;
     ::unlinkat(place_, folderName_.c_str(), AT_REMOVEDIR);
-    return failure(error);
+    return std::unexpected(FileError{error});
   }
 
   static std::string randomName() {
@@ -142,14 +140,14 @@ Result copyContent(int source, int destination) {
 }
 
 Result sync(int file) {
-  if (const int error = syncToDisk(file); error != 0) return failure(error);
+  if (const int error = syncToDisk(file); error != 0) return std::unexpected(FileError{error});
   return {};
 }
 
 }  // namespace
 
 FileManager::Result copyFile(const std::string& source, const std::string& destination) {
-  if (!isRepresentable(destination)) return failure(EINVAL);
+  if (!isRepresentable(destination)) return std::unexpected(FileError{EINVAL});
   const auto file = RegularFile::open(source);
   if (!file) return std::unexpected(file.error());
   const auto entry = findPlace(destination);

@@ -25,8 +25,6 @@ using posix::lastError;
 // More than this is no script that anybody wrote; it must not take all memory.
 constexpr std::size_t longestContent = std::numeric_limits<std::int32_t>::max();
 
-std::unexpected<FileError> failure(int number) { return std::unexpected(FileError{number}); }
-
 FileManager::Result changeMode(const std::string& path, unsigned permissions) {
   if (::chmod(path.c_str(), static_cast<mode_t>(permissions)) != 0) return lastError();
   return {};
@@ -40,7 +38,7 @@ FileManager::Result changeOwner(const std::string& path, const FileAttributes& a
 std::expected<std::string, FileError> readAll(const posix::RegularFile& file) {
   constexpr std::size_t step = std::size_t{64} * 1024;
   const auto expectedSize = static_cast<std::size_t>(file.status.st_size);
-  if (expectedSize > longestContent) return failure(EFBIG);
+  if (expectedSize > longestContent) return std::unexpected(FileError{EFBIG});
   std::string content;
   content.reserve(expectedSize + 1);
   for (std::size_t length = 0;;) {
@@ -50,7 +48,7 @@ std::expected<std::string, FileError> readAll(const posix::RegularFile& file) {
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return lastError();
     length += static_cast<std::size_t>(count);
-    if (length > longestContent) return failure(EFBIG);
+    if (length > longestContent) return std::unexpected(FileError{EFBIG});
     if (count > 0) continue;
     content.resize(length);
     return content;
@@ -65,7 +63,7 @@ bool PosixFileManager::fileExists(const std::string& path) {
 }
 
 FileManager::Result PosixFileManager::createDirectory(const std::string& path, const FileAttributes& attributes) {
-  if (!isRepresentable(path)) return failure(EINVAL);
+  if (!isRepresentable(path)) return std::unexpected(FileError{EINVAL});
   // Never more open than asked for, not even until the mode is set.
   if (::mkdir(path.c_str(), static_cast<mode_t>(attributes.permissions)) != 0) return lastError();
   std::ignore = setAttributes(path, attributes);
@@ -78,7 +76,7 @@ FileManager::Result PosixFileManager::copyItem(const std::string& source, const 
 
 FileManager::Result PosixFileManager::setAttributes(const std::string& path, const FileAttributes& attributes) {
   constexpr unsigned ownerWrite = 0200;
-  if (!isRepresentable(path)) return failure(EINVAL);
+  if (!isRepresentable(path)) return std::unexpected(FileError{EINVAL});
   const bool modeFirst = (attributes.permissions & ownerWrite) != 0;
   if (modeFirst) {
     if (auto result = changeMode(path, attributes.permissions); !result) return result;
@@ -88,7 +86,7 @@ FileManager::Result PosixFileManager::setAttributes(const std::string& path, con
 }
 
 FileManager::Result PosixFileManager::removeItem(const std::string& path) {
-  if (!isRepresentable(path)) return failure(EINVAL);
+  if (!isRepresentable(path)) return std::unexpected(FileError{EINVAL});
   struct stat status{};
   if (::lstat(path.c_str(), &status) != 0) return lastError();
   if (!S_ISDIR(status.st_mode)) return ::unlink(path.c_str()) == 0 ? Result() : lastError();
@@ -104,7 +102,7 @@ std::expected<std::string, FileError> PosixFileManager::readFile(const std::stri
     if (!file) return std::unexpected(file.error());
     return readAll(*file);
   } catch (const std::bad_alloc&) {
-    return failure(ENOMEM);
+    return std::unexpected(FileError{ENOMEM});
   }
 }
 

@@ -25,8 +25,6 @@ struct DirectoryCloser {
 };
 using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 
-std::unexpected<FileError> failure(int number) { return std::unexpected(FileError{number}); }
-
 bool isDots(const std::string& name) { return name == "." || name == ".."; }
 
 /// One walk. It stands in a single directory at a time and comes back up through "..", so that
@@ -91,7 +89,7 @@ class Walk {
   Result enter(int parent, const std::string& name) {
     struct stat status{};
     if (auto result = open(parent, name, status); !result) return result;
-    if (!levels_.empty() && status.st_dev != levels_.front().device) return failure(EXDEV);
+    if (!levels_.empty() && status.st_dev != levels_.front().device) return std::unexpected(FileError{EXDEV});
     levels_.push_back({name, status.st_dev, status.st_ino});
     return {};
   }
@@ -103,7 +101,7 @@ class Walk {
     if (auto result = open(descriptor(), "..", status); !result) return result;
     // Somebody may have moved the directory meanwhile; what lies above it then is not ours.
     const bool moved = status.st_dev != levels_.back().device || status.st_ino != levels_.back().inode;
-    if (moved) return failure(ENOENT);
+    if (moved) return std::unexpected(FileError{ENOENT});
     if (::unlinkat(descriptor(), name.c_str(), AT_REMOVEDIR) != 0) return lastError();
     return {};
   }

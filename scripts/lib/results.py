@@ -15,7 +15,7 @@ class Results:
         self.name = report.stem
         root = ElementTree.parse(report).getroot()
         self.failed = cases(root, "fail")
-        self.skipped = Counter(reason_of(case) for case in cases(root, "notrun"))
+        self.skipped = Counter(reason for case in root.iter("testcase") for reason in skips_in(case))
         self.closing = closing_line(report.with_suffix(".log"))
 
 
@@ -45,13 +45,11 @@ def output_of(case):
     return (case.findtext("system-out") or "").strip()
 
 
-def reason_of(case):
-    """What GoogleTest prints below the place of a skip."""
+def skips_in(case):
+    """The reasons, which GoogleTest prints below the places of the skips: of one test, or of several in one process."""
     lines = output_of(case).splitlines()
-    for line, following in zip(lines, lines[1:]):
-        if line.endswith(": Skipped"):
-            return following.strip()
-    return "no reason given"
+    reasons = [following.strip() for line, following in zip(lines, lines[1:]) if line.endswith(": Skipped")]
+    return reasons or ["no reason given"] * (case.get("status") == "notrun")
 
 
 def closing_line(log):

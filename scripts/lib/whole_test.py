@@ -36,11 +36,11 @@ def configure_and_build(preset):
     return ["sh", "-c", f"{configure}cmake --build --preset {preset}"]
 
 
-def suite(preset, options, left_out="^together$"):
-    """What carries a label that matches is left out: by default what only runs others once more."""
+def suite(preset, options, labels=("--label-exclude", "^together$")):
+    """By default without what only runs others once more."""
     command = ["ctest", "--test-dir", f"build/{preset}", "--parallel", str(PARALLEL), "--output-on-failure",
                "--no-tests=error", "--output-junit", str(LOGS / f"test-{preset}.xml"), "--test-output-size-failed", "1000000",
-               "--label-exclude", left_out]
+               "--test-output-size-passed", "1000000", *labels]
     if options.tests:
         command += ["--tests-regex", options.tests]
     return command
@@ -56,10 +56,11 @@ def static_checks():
 
 
 def quick(options):
+    labels = ("--label-exclude", "^(slow|together)$") if options.tests else ("--label-regex", "^together$")
     return [
         *static_checks(),
         Task("build dev", configure_and_build("dev"), lane="compiler"),
-        Task("test dev", suite("dev", options, "^(slow|unit)$"), after=["build dev"], nice=0, is_suite=True),
+        Task("test dev", suite("dev", options, labels), after=["build dev"], nice=0, is_suite=True),
     ]
 
 

@@ -18,7 +18,7 @@
 namespace wicket::support {
 namespace {
 
-constexpr std::string_view path = "/run/systemd/journal/socket";
+constexpr std::string_view journalPath = "/run/systemd/journal/socket";
 
 /// Datagrams that are too large travel as a sealed file.
 std::string contentOf(int file) {
@@ -70,10 +70,10 @@ int fileIn(msghdr& message) {
 }  // namespace
 
 JournalSocket::JournalSocket() : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::filesystem::create_directories(std::filesystem::path(journalPath).parent_path());
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  path.copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
+  journalPath.copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
   const void* const generic = &address;
   if (::bind(socket_, static_cast<const sockaddr*>(generic), sizeof address) != 0) {
     throw std::runtime_error("the journal's socket cannot be made");
@@ -82,7 +82,7 @@ JournalSocket::JournalSocket() : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLO
 
 JournalSocket::~JournalSocket() {
   ::close(socket_);
-  ::unlink(path.data());
+  ::unlink(journalPath.data());
 }
 
 std::optional<JournalSocket::Entry> JournalSocket::receive() {

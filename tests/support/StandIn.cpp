@@ -17,12 +17,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct Pipe {
+std::array<int, 2> newPipe() {
   std::array<int, 2> ends{-1, -1};
-  Pipe() {
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  }
-};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  return ends;
+}
 
 pid_t spawn(const std::string& program, const std::vector<std::string>& steps, int input, int output) {
   std::vector<std::string> texts{program};
@@ -52,13 +51,13 @@ pid_t spawn(const std::string& program, const std::vector<std::string>& steps, i
 }  // namespace
 
 StandIn::StandIn(const std::string& program, const std::vector<std::string>& steps) {
-  const Pipe input;
-  const Pipe output;
-  pid_ = spawn(program, steps, input.ends[0], output.ends[1]);
-  ::close(input.ends[0]);
-  ::close(output.ends[1]);
-  input_ = input.ends[1];
-  output_ = output.ends[0];
+  const auto input = newPipe();
+  const auto output = newPipe();
+  pid_ = spawn(program, steps, input[0], output[1]);
+  ::close(input[0]);
+  ::close(output[1]);
+  input_ = input[1];
+  output_ = output[0];
 }
 
 StandIn::~StandIn() {
