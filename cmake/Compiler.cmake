@@ -17,9 +17,13 @@ if(WICKET_SANITIZERS)
   target_link_options(wicket_options INTERFACE -fsanitize=${WICKET_SANITIZERS})
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
   target_compile_options(wicket_options INTERFACE -D_FORTIFY_SOURCE=2)
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-    # Fully optimised, the inlined strings and streams of its own library look to GCC 12 as if they overlapped,
-    # were null or had no value yet (such as its bug 105651). The other presets keep these warnings.
-    target_compile_options(wicket_options INTERFACE -Wno-restrict -Wno-null-dereference -Wno-maybe-uninitialized)
+  # Fully optimised, what has been inlined looks to GCC as if it could be null, and to GCC 12 the strings and streams of
+  # its own library as if they overlapped or had no value yet (such as its bug 105651). The other presets keep these
+  # warnings.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(wicket_options INTERFACE -Wno-null-dereference)
+    if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+      target_compile_options(wicket_options INTERFACE -Wno-restrict -Wno-maybe-uninitialized)
+    endif()
   endif()
 endif()
