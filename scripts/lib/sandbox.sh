@@ -82,10 +82,12 @@ sandbox_start_bus() {
 </busconfig>
 CONFIGURATION
   rm -f /run/dbus/system_bus_socket
-  setpriv --pdeathsig TERM dbus-daemon --config-file="$SANDBOX_FOLDER/bus.conf" --nofork --nopidfile \
-    </dev/null >"$SANDBOX_FOLDER/bus.log" 2>&1 &
+  : >"$SANDBOX_FOLDER/bus.address"
+  # It prints its address once it listens. The socket's file is there before that, and whoever connects then is refused.
+  setpriv --pdeathsig TERM dbus-daemon --config-file="$SANDBOX_FOLDER/bus.conf" --nofork --nopidfile --print-address \
+    </dev/null >"$SANDBOX_FOLDER/bus.address" 2>"$SANDBOX_FOLDER/bus.log" &
   SANDBOX_BUS=$!
-  sandbox_wait "$SANDBOX_BUS" "$SANDBOX_FOLDER/bus.log" test -S /run/dbus/system_bus_socket
+  sandbox_wait "$SANDBOX_BUS" "$SANDBOX_FOLDER/bus.log" test -s "$SANDBOX_FOLDER/bus.address"
 }
 
 sandbox_start_polkit() {
