@@ -31,9 +31,12 @@ bool TimedConnections::isEmpty() const {
   return connections_.empty();
 }
 
-std::shared_ptr<Connection> TimedConnections::newestConnection() const {
-  const auto newest = last();
-  return newest == nullptr ? nullptr : newest->connection();
+std::shared_ptr<Connection> TimedConnections::newestConnectionOf(UserIdentifier user) const {
+  const std::lock_guard lock(mutex_);
+  const auto newest = std::find_if(connections_.rbegin(), connections_.rend(), [user](const auto& entry) {
+    return entry->connection()->effectiveUserIdentifier() == user;
+  });
+  return newest == connections_.rend() ? nullptr : (*newest)->connection();
 }
 
 void TimedConnections::add(const std::shared_ptr<Connection>& connection) {

@@ -24,8 +24,8 @@ class TimedConnections {
   [[nodiscard]] bool isEmpty() const;
   /// Seconds, as given; every entry gets 45 seconds of its own.
   [[nodiscard]] double interval() const { return interval_; }
-  /// The newest entry's connection, to which text meant for the user goes; null when there is none.
-  [[nodiscard]] std::shared_ptr<Connection> newestConnection() const;
+  /// The connection of this user's newest entry, to which text meant for that user goes; null when there is none.
+  [[nodiscard]] std::shared_ptr<Connection> newestConnectionOf(UserIdentifier user) const;
 
   /// Registers a connection and starts its countdown. One that is registered already (the same
   /// object) starts a fresh countdown if its timer is still running; otherwise nothing happens.

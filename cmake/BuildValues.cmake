@@ -7,7 +7,8 @@ set(WICKET_MAKER_NOTICE "Copyright 2026 the Wicket helper authors" CACHE STRING
     "The maker's notice inside CFBundleGetInfoString")
 set(WICKET_HELPER_EXECUTABLE "/usr/libexec/net.orvane.Wicket.TlvPrivilegedHelper" CACHE STRING
     "Where the installed helper lies on Linux; self-removal deletes this file")
-set(WICKET_GROUP "wicket" CACHE STRING
+# With the underscore of a name that no person gets: whoever has the group himself is no companion.
+set(WICKET_GROUP "_wicket" CACHE STRING
     "The group that the companion's executable gives to whoever runs it, and that may connect to the socket on Linux")
 
 # The path becomes a word of a shell command that root runs and a value in a unit file, unquoted in both, so

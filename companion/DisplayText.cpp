@@ -34,15 +34,17 @@ std::string characterName(char32_t scalar) {
   return "U+" + inHexadecimal(scalar, 4);
 }
 
+std::string takeVisible(std::string_view& text) {
+  const std::string_view before = text;
+  const auto scalar = Utf8::take(text);
+  if (!scalar) text.remove_prefix(1);
+  const std::string_view bytes = before.substr(0, before.size() - text.size());
+  return !scalar || isControl(*scalar) ? escaped(bytes) : std::string(bytes);
+}
+
 std::string quotedText(std::string_view text) {
   std::string result = "\"";
-  while (!text.empty()) {
-    const std::string_view before = text;
-    const auto scalar = Utf8::take(text);
-    if (!scalar) text.remove_prefix(1);
-    const std::string_view bytes = before.substr(0, before.size() - text.size());
-    result += !scalar || isControl(*scalar) ? escaped(bytes) : std::string(bytes);
-  }
+  while (!text.empty()) result += takeVisible(text);
   return result + "\"";
 }
 

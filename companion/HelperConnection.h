@@ -30,8 +30,8 @@ namespace wicket::companion {
 class HelperConnection {
  public:
   /// A log line is a message of the helper, without a line ending, or a piece of a script's output exactly
-  /// as the script wrote it. The helper sends all of them to its newest connection, so lines of scripts
-  /// that other connections started arrive here too. U+0000 arrives as U+2400.
+  /// as the script wrote it. The helper sends all of them to a user's newest connection, so lines of
+  /// scripts that others of his connections started arrive here too. U+0000 arrives as U+2400.
   using LogLineHandler = std::function<void(std::string_view text)>;
 
   [[nodiscard]] static std::expected<HelperConnection, ConnectionError> connect(const ConnectOptions& options = {});

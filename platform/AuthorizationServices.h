@@ -27,7 +27,8 @@ inline constexpr AuthorizationStatus internal = -60008;
 inline constexpr std::size_t authorizationExternalFormLength = 32;
 using AuthorizationExternalForm = std::array<std::byte, authorizationExternalFormLength>;
 
-/// A live authorization of some client; opaque to everybody but the platform that made it.
+/// A live authorization of some client; opaque to everybody but the platform that made it. Its holder may
+/// never let go of it: it takes 256 bytes at most and keeps nothing open.
 class AuthorizationReference {
  public:
   AuthorizationReference() = default;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -12,6 +13,9 @@
 #include "protocol/Selector.h"
 
 namespace wicket {
+
+/// A user of this system, as a number.
+using UserIdentifier = std::uint32_t;
 
 /// One client connection. It arrives suspended: no call is delivered before resume(). Calls of the
 /// exported object and the invalidation handler run one after the other on the connection's own
@@ -32,12 +36,15 @@ class Connection {
   /// whenever it is called.
   [[nodiscard]] virtual AuditTokenData auditToken() const = 0;
 
+  /// The user as whom that process ran then. The same whenever it is called.
+  [[nodiscard]] virtual UserIdentifier effectiveUserIdentifier() const = 0;
+
   /// The protocol that the client exports. Set before resume().
   virtual void setRemoteObjectInterface(const Interface& interface) = 0;
-  /// The protocol that this side exports, and the object behind it, which must outlive the
-  /// connection. Set before resume().
+  /// The protocol that this side exports, and the object behind it, which the connection keeps as long
+  /// as calls may come. Set before resume().
   virtual void setExportedInterface(const Interface& interface) = 0;
-  virtual void setExportedObject(HelperProtocol& object) = 0;
+  virtual void setExportedObject(std::shared_ptr<HelperProtocol> object) = 0;
   /// Runs at most once, on the serial queue, after a local invalidate() or the client's end alike,
   /// never before a call that is still running has returned; it is dropped afterwards.
   virtual void setInvalidationHandler(std::function<void()> handler) = 0;

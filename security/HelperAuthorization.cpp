@@ -15,38 +15,13 @@ namespace {
 
 using Reference = std::shared_ptr<AuthorizationReference>;
 
-/// What an authorization leaves behind, kept until the process ends.
-class RetainedAuthorizations {
- public:
-  static RetainedAuthorizations& instance() {
-    static auto& retained = *new RetainedAuthorizations;  // never destroyed: threads may outlive main
-    return retained;
-  }
-
-  /// The external form at the start of a new buffer.
-  const AuthorizationExternalForm& retainBuffer(std::span<const std::byte> data) {
-    const std::lock_guard lock(mutex_);
-    auto& buffer = buffers_.emplace_back(std::make_unique<Buffer>());
-    std::ranges::copy(data, buffer->form.begin());
-    return buffer->form;
-  }
-
-  void retainReference(Reference reference) {
-    const std::lock_guard lock(mutex_);
-    references_.push_back(std::move(reference));
-  }
-
- private:
-  static constexpr std::size_t bufferSize = 32768;
-  struct Buffer {
-    AuthorizationExternalForm form;
-    std::array<std::byte, bufferSize - authorizationExternalFormLength> remainder;
-  };
-
-  std::mutex mutex_;
-  std::deque<std::unique_ptr<Buffer>> buffers_;
-  std::deque<Reference> references_;
-};
+/// References are kept until the process ends.
+void retain(Reference reference) {
+  static auto& mutex = *new std::mutex;  // never destroyed: threads may outlive main
+  static auto& retained = *new std::deque<Reference>;
+  const std::lock_guard lock(mutex);
+  retained.push_back(std::move(reference));
+}
 
 std::unexpected<HelperAuthorizationError> failure(std::string text) {
   return std::unexpected(HelperAuthorizationError{std::move(text)});
@@ -82,10 +57,11 @@ std::optional<HelperAuthorizationRight> HelperAuthorization::authorizationRight(
 
 std::expected<Reference, HelperAuthorizationError> HelperAuthorization::authorizationRef(
     AuthorizationServices& services, std::span<const std::byte> data) {
-  auto& retained = RetainedAuthorizations::instance();
-  auto reference = services.createFromExternalForm(retained.retainBuffer(data));
+  AuthorizationExternalForm form{};
+  std::ranges::copy(data, form.begin());
+  auto reference = services.createFromExternalForm(form);
   if (!reference.has_value()) return failure(services, reference.error());
-  retained.retainReference(*reference);
+  retain(*reference);
   return *reference;
 }
 

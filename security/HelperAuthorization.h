@@ -26,8 +26,8 @@ class HelperAuthorization {
   /// A copy of the first right that guards @p command, if one does.
   [[nodiscard]] static std::optional<HelperAuthorizationRight> authorizationRight(const Selector& command);
   /// Rebuilds the client's authorization. @p data must have exactly the external form's length. The
-  /// reference, which may be null, and the buffer it was made from are kept for the life of the
-  /// process: it is short, and an authorization must not end while anybody may still rely on it.
+  /// reference, which may be null, is kept for the life of the process: an authorization must not end
+  /// while anybody may still rely on it.
   [[nodiscard]] static std::expected<std::shared_ptr<AuthorizationReference>, HelperAuthorizationError>
   authorizationRef(AuthorizationServices& services, std::span<const std::byte> data);
   /// Succeeds only if the user holds, or now obtains, the right that guards @p command. Blocks while

@@ -11,11 +11,13 @@ namespace wicket::linux_adapter {
 
 /// What is in an audit token.
 struct AuditTokenWords {
-  /// Of an audit user or session that nobody has set.
+  /// Of an audit user or session that nobody has set, and of a group that tells nothing.
   static constexpr std::uint32_t unset = 0xFFFFFFFF;
 
   std::uint32_t auid;
   std::uint32_t euid;
+  /// The effective group that only a set-group executable can have given to the process. Unset when it is its
+  /// real group or among its supplementary ones too: whoever has the group himself may have it in any program.
   std::uint32_t egid;
   std::uint32_t ruid;
   std::uint32_t rgid;

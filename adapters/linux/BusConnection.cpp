@@ -30,9 +30,9 @@ void BusConnection::setExportedInterface(const Interface& interface) {
   exportedInterface_ = interface;
 }
 
-void BusConnection::setExportedObject(HelperProtocol& object) {
+void BusConnection::setExportedObject(std::shared_ptr<HelperProtocol> object) {
   const std::scoped_lock lock(mutex_);
-  exportedObject_ = &object;
+  exportedObject_.swap(object);
 }
 
 void BusConnection::setInvalidationHandler(std::function<void()> handler) {
@@ -161,7 +161,7 @@ void BusConnection::deliver(HelperCall call, const std::shared_ptr<ReplyBlock>& 
 }
 
 void BusConnection::perform(const HelperCall& call, const std::shared_ptr<ReplyBlock>& block) {
-  HelperProtocol* object = nullptr;
+  std::shared_ptr<HelperProtocol> object;
   {
     const std::scoped_lock lock(mutex_);
     if (end_ == End::invalidated) return;

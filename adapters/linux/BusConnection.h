@@ -28,9 +28,10 @@ class BusConnection final : public Connection, public std::enable_shared_from_th
   BusConnection(std::shared_ptr<BusDoorbell> doorbell, const PeerProcess& peer);
 
   [[nodiscard]] AuditTokenData auditToken() const override { return peer_.auditToken(); }
+  [[nodiscard]] UserIdentifier effectiveUserIdentifier() const override { return peer_.client().uid; }
   void setRemoteObjectInterface(const Interface& interface) override;
   void setExportedInterface(const Interface& interface) override;
-  void setExportedObject(HelperProtocol& object) override;
+  void setExportedObject(std::shared_ptr<HelperProtocol> object) override;
   void setInvalidationHandler(std::function<void()> handler) override;
   void resume() override;
   void invalidate() override;
@@ -90,7 +91,7 @@ class BusConnection final : public Connection, public std::enable_shared_from_th
   std::weak_ptr<BusWorker> channel_;
   std::optional<Interface> remoteInterface_;
   std::optional<Interface> exportedInterface_;
-  HelperProtocol* exportedObject_ = nullptr;
+  std::shared_ptr<HelperProtocol> exportedObject_;
   std::function<void()> invalidationHandler_;
   bool isAccepted_ = false;
   bool isResumed_ = false;

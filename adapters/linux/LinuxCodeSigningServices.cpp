@@ -56,7 +56,7 @@ LinuxCodeSigningServices::LinuxCodeSigningServices(std::optional<gid_t> group, c
 
 std::expected<std::shared_ptr<Code>, CodeSigningStatus> LinuxCodeSigningServices::copyGuestWithAttributes(
     const AuditTokenData& token) {
-  if (!group_) return std::unexpected(code_signing_status::noSuchCode);
+  if (!group_ || !self_.isInstalled()) return std::unexpected(code_signing_status::noSuchCode);
   return LinuxCode::ofToken(token, *group_);
 }
 

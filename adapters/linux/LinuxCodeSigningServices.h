@@ -6,6 +6,7 @@
 #include <set>
 #include <sys/types.h>
 
+#include "adapters/linux/OwnExecutable.h"
 #include "adapters/linux/SignedFiles.h"
 #include "codesign/RequirementExpression.h"
 #include "platform/CodeSigningServices.h"
@@ -13,7 +14,9 @@
 namespace wicket::linux_adapter {
 
 /// Code signing on Linux: a process is known by its audit token, its code is the set-group executable
-/// that it runs, and the signature is the block at that file's end.
+/// that it runs, and the signature is the block at that file's end. For a helper that is no longer the
+/// installed one no process is any code: who may be its client is for its successor to say, which may
+/// trust another anchor.
 class LinuxCodeSigningServices final : public CodeSigningServices {
  public:
   /// @p group is that of the companion's executable; without it no process is any code. @p anchor is
@@ -35,6 +38,7 @@ class LinuxCodeSigningServices final : public CodeSigningServices {
   [[nodiscard]] bool meets(const codesign::FileSignature& signature,
                            const codesign::RequirementExpression& requirement) const;
 
+  const OwnExecutable self_;
   const std::optional<gid_t> group_;
   /// What "anchor apple generic" asks for: here it is the anchor of this build.
   const std::set<codesign::Sha256Digest> roots_;

@@ -2,9 +2,11 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/PeerProcess.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <sys/socket.h>
 #include <utility>
+#include <vector>
 
 #include "adapters/linux/AuditTokenWords.h"
 #include "adapters/linux/ProcessFiles.h"
@@ -25,6 +27,24 @@ Pidfd pidfdOfPeer(int socket, pid_t pid) {
   }
   // A kernel before 6.5 does not know the option: there the process has the number as long as it lives.
   return errno == ENOPROTOOPT ? Pidfd::open(pid) : Pidfd(Descriptor());
+}
+
+/// The supplementary groups that it had when it connected. None, with errno set, when there was no telling.
+std::optional<std::vector<gid_t>> groupsOfPeer(int socket) {
+  std::vector<gid_t> groups(64);
+  for (;;) {
+    const auto room = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
+    socklen_t length = room;
+    const bool isDone = ::getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &length) == 0;
+    if (!isDone && (errno != ERANGE || length <= room)) return std::nullopt;
+    groups.resize(length / sizeof(gid_t));
+    if (isDone) return groups;
+  }
+}
+
+/// Whether a process with these groups needed no executable to have its effective group.
+bool hasGroupItself(const AuditTokenWords& words, const std::vector<gid_t>& groups) {
+  return words.rgid == words.egid || std::ranges::find(groups, words.egid) != groups.end();
 }
 
 /// The credentials alone, as they are left when the process has gone.
@@ -67,7 +87,9 @@ std::expected<PeerProcess, int> PeerProcess::ofSocket(int descriptor) {
   if (!pidfd.isOpen()) return peer;
   const auto version = versionOf(pidfd, credentials.pid);
   const auto image = imageOf(credentials.pid);
+  const auto groups = groupsOfPeer(descriptor);
   if (!addProcFacts(words, ProcessFiles(credentials.pid)) && isShortage(errno)) return std::unexpected(errno);
+  if (!groups || hasGroupItself(words, *groups)) words.egid = AuditTokenWords::unset;
   // Alive after /proc was read: so the number belonged to this process all the time.
   if (!version || !pidfd.isAlive()) return peer;
   words.pidVersion = static_cast<std::uint32_t>(*version);

@@ -13,8 +13,8 @@
 
 namespace wicket::linux_adapter {
 
-/// The process at the other end of a Unix socket, as the kernel knew it when it connected: SO_PEERCRED
-/// and SO_PEERPIDFD of unix(7), and what proc(5) adds.
+/// The process at the other end of a Unix socket, as the kernel knew it when it connected: SO_PEERCRED,
+/// SO_PEERGROUPS and SO_PEERPIDFD of unix(7), and what proc(5) adds, such as the real group.
 class PeerProcess {
  public:
   /// To be called when the connection is accepted. An errno when the system lacks descriptors or memory

@@ -14,14 +14,22 @@
 namespace wicket::linux_adapter {
 namespace {
 
+/// Names the process and does not hold it: thousands of references may be kept, and a pidfd is a descriptor.
 class ProcessReference : public AuthorizationReference {
  public:
-  explicit ProcessReference(ProcessIdentity process) : process_(std::move(process)) {}
-  [[nodiscard]] const ProcessIdentity& process() const { return process_; }
+  explicit ProcessReference(const wire::AuthorizationToken& token) : token_(token) {}
+  /// None once that process has ended.
+  [[nodiscard]] std::optional<ProcessIdentity> process() const { return processNamedBy(token_); }
+
+  [[nodiscard]] static std::optional<ProcessIdentity> processNamedBy(const wire::AuthorizationToken& token) {
+    auto process = ProcessIdentity::of(token.pid);
+    return process && process->matches(token) ? std::move(process) : std::nullopt;
+  }
 
  private:
-  const ProcessIdentity process_;
+  const wire::AuthorizationToken token_;
 };
+static_assert(sizeof(ProcessReference) <= 64);
 
 /// A client may be authorized as itself only: everybody can name a process of root, to whom polkit
 /// grants all. A client that is root needs no such trick. Outside a client's call nobody may be named.
@@ -38,9 +46,8 @@ std::expected<std::shared_ptr<AuthorizationReference>, AuthorizationStatus>
 PolkitAuthorizationServices::createFromExternalForm(const AuthorizationExternalForm& form) {
   const auto token = wire::AuthorizationToken::parse(form);
   if (!token || !mayBeNamedByTheCaller(*token)) return std::unexpected(authorization_status::denied);
-  auto process = ProcessIdentity::of(token->pid);
-  if (!process || !process->matches(*token)) return std::unexpected(authorization_status::denied);
-  return std::make_shared<ProcessReference>(std::move(*process));
+  if (!ProcessReference::processNamedBy(*token)) return std::unexpected(authorization_status::denied);
+  return std::make_shared<ProcessReference>(*token);
 }
 
 AuthorizationStatus PolkitAuthorizationServices::copyRights(AuthorizationReference& reference,
@@ -48,11 +55,13 @@ AuthorizationStatus PolkitAuthorizationServices::copyRights(AuthorizationReferen
   constexpr AuthorizationStatus invalidReference = -60002;
   const auto* const holder = dynamic_cast<ProcessReference*>(&reference);
   if (holder == nullptr) return invalidReference;
+  const auto process = holder->process();
+  if (!process) return authorization_status::denied;
   auto authority = PolkitAuthority::connect();
   if (!authority) return authority.error();
-  const AuthorizationStatus status = authority->checkAuthorization(holder->process(), wire::polkitAction(rightName));
+  const AuthorizationStatus status = authority->checkAuthorization(*process, wire::polkitAction(rightName));
   // The answer holds for the process that was asked about, and for nobody who has its number now.
-  return holder->process().isUnchanged() ? status : authorization_status::denied;
+  return process->isUnchanged() ? status : authorization_status::denied;
 }
 
 std::optional<std::string> PolkitAuthorizationServices::errorMessage(AuthorizationStatus status) {

@@ -4,7 +4,8 @@
 
 #import <Foundation/Foundation.h>
 #import <Security/Security.h>
-#include <bit>
+#include <algorithm>
+#include <array>
 
 #include "adapters/macos/Text.h"
 
@@ -20,13 +21,20 @@ class MacAuthorization final : public AuthorizationReference {
   const AuthorizationRef reference_;
 };
 
+/// The form at the start of a new buffer, which is never released: the framework may go on using what it was given.
+const ::AuthorizationExternalForm* retained(const AuthorizationExternalForm& form) {
+  constexpr std::size_t length = 32768;
+  auto* const buffer = new std::array<std::byte, length>();
+  std::ranges::copy(form, buffer->begin());
+  return reinterpret_cast<const ::AuthorizationExternalForm*>(buffer->data());
+}
+
 }  // namespace
 
 std::expected<std::shared_ptr<AuthorizationReference>, AuthorizationStatus>
 MacAuthorizationServices::createFromExternalForm(const AuthorizationExternalForm& form) {
-  const auto external = std::bit_cast<::AuthorizationExternalForm>(form);
   AuthorizationRef reference = nullptr;
-  const OSStatus status = AuthorizationCreateFromExternalForm(&external, &reference);
+  const OSStatus status = AuthorizationCreateFromExternalForm(retained(form), &reference);
   if (status != errAuthorizationSuccess) return std::unexpected(status);
   if (reference == nullptr) return nullptr;
   return std::make_shared<MacAuthorization>(reference);

@@ -14,8 +14,7 @@
 /// not Unicode) is not passed on, and its connection is invalidated, which the client is told as an error of its
 /// call.
 @interface WicketExportedObject : NSObject <HelperProtocol>
-/// @p object must outlive the connection.
-- (instancetype)initWithObject:(wicket::HelperProtocol&)object
+- (instancetype)initWithObject:(std::shared_ptr<wicket::HelperProtocol>)object
                     connection:(NSXPCConnection*)connection
                          calls:(std::shared_ptr<wicket::macos_adapter::ServedCalls>)calls;
 @end

@@ -61,17 +61,17 @@ void serve(NSXPCConnection* connection, const Action& action) noexcept {
 }  // namespace
 
 @implementation WicketExportedObject {
-  Helper* _object;
+  std::shared_ptr<Helper> _object;
   __weak NSXPCConnection* _connection;  // which holds this object
   std::shared_ptr<ServedCalls> _calls;
 }
 
-- (instancetype)initWithObject:(wicket::HelperProtocol&)object
+- (instancetype)initWithObject:(std::shared_ptr<wicket::HelperProtocol>)object
                     connection:(NSXPCConnection*)connection
                          calls:(std::shared_ptr<wicket::macos_adapter::ServedCalls>)calls {
   self = [super init];
   if (self != nil) {
-    _object = &object;
+    _object = std::move(object);
     _connection = connection;
     _calls = std::move(calls);
   }

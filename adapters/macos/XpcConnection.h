@@ -19,9 +19,10 @@ class XpcConnection final : public Connection {
   XpcConnection(NSXPCConnection* connection, std::shared_ptr<ServedCalls> calls);
 
   AuditTokenData auditToken() const override { return auditToken_; }
+  UserIdentifier effectiveUserIdentifier() const override { return user_; }
   void setRemoteObjectInterface(const Interface& interface) override;
   void setExportedInterface(const Interface& interface) override;
-  void setExportedObject(HelperProtocol& object) override;
+  void setExportedObject(std::shared_ptr<HelperProtocol> object) override;
   void setInvalidationHandler(std::function<void()> handler) override;
   void resume() override;
   void invalidate() override;
@@ -34,6 +35,7 @@ class XpcConnection final : public Connection {
   NSXPCConnection* const connection_;
   const std::shared_ptr<ServedCalls> calls_;
   const AuditTokenData auditToken_;
+  const UserIdentifier user_;
   const std::shared_ptr<SendWindow> window_ = std::make_shared<SendWindow>();
 };
 

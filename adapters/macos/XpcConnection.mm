@@ -31,7 +31,8 @@ NSXPCInterface* xpcInterface(const Interface& interface) {
 XpcConnection::XpcConnection(NSXPCConnection* connection, std::shared_ptr<ServedCalls> calls)
     : connection_(connection),
       calls_(std::move(calls)),
-      auditToken_(std::bit_cast<AuditTokenData>(connection.auditToken)) {}
+      auditToken_(std::bit_cast<AuditTokenData>(connection.auditToken)),
+      user_(connection.effectiveUserIdentifier) {}
 
 void XpcConnection::setRemoteObjectInterface(const Interface& interface) {
   connection_.remoteObjectInterface = xpcInterface(interface);
@@ -41,8 +42,10 @@ void XpcConnection::setExportedInterface(const Interface& interface) {
   connection_.exportedInterface = xpcInterface(interface);
 }
 
-void XpcConnection::setExportedObject(HelperProtocol& object) {
-  connection_.exportedObject = [[WicketExportedObject alloc] initWithObject:object connection:connection_ calls:calls_];
+void XpcConnection::setExportedObject(std::shared_ptr<HelperProtocol> object) {
+  connection_.exportedObject = [[WicketExportedObject alloc] initWithObject:std::move(object)
+                                                                 connection:connection_
+                                                                      calls:calls_];
 }
 
 void XpcConnection::setInvalidationHandler(std::function<void()> handler) {

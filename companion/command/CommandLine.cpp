@@ -70,7 +70,7 @@ class Grammar {
         "  126  the script's tool could not be started\n"
         "  127  no such script is installed\n"
         "  130  interrupted with Ctrl-C; the script keeps running\n"
-        "The newest connection gets all output: it shows the output of scripts that others run, too.");
+        "The newest connection of a user gets all output of what that user runs.");
   }
   void addOthers() {
     version_ = app_.add_subcommand("version", "Print the version of the helper");

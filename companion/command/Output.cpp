@@ -39,7 +39,11 @@ Output::Output(int standardOutput, int standardError, Terminals terminals)
 
 void Output::printBytes(std::string_view bytes) {
   if (bytes.empty()) return;
-  write(standardOutput_, bytes);
+  if (terminals_.standardOutput) {
+    write(standardOutput_, scriptText_.visible(bytes));
+  } else {
+    write(standardOutput_, bytes);
+  }
   lineIsOpen_ = bytes.back() != '\n';
 }
 
@@ -50,7 +54,9 @@ void Output::printLine(std::string_view line) {
 
 void Output::printHelperLine(std::string_view line) {
   finishLine();
-  write(standardError_, std::string(line) + "\n");
+  // A script may print what looks like one.
+  TerminalText text;
+  write(standardError_, (terminals_.standardError ? text.visible(line) + text.finish() : std::string(line)) + "\n");
 }
 
 void Output::printProblem(const Problem& problem) { printMarked("wicket:", red, problem); }
@@ -71,7 +77,7 @@ void Output::printQuestion(std::string_view question) { write(standardError_, qu
 
 void Output::finishLine() {
   // Only a terminal shows both streams on one line; a file gets the script's bytes and nothing else.
-  if (lineIsOpen_ && terminals_.standardOutput) write(standardOutput_, "\n");
+  if (lineIsOpen_ && terminals_.standardOutput) write(standardOutput_, scriptText_.finish() + "\n");
   lineIsOpen_ = false;
 }
 

@@ -6,10 +6,11 @@
 #include <string_view>
 
 #include "companion/Problem.h"
+#include "companion/TerminalText.h"
 
 namespace wicket::companion::command {
 
-/// The command's two streams. Bytes go out as they are and at once.
+/// The command's two streams. Everything goes out at once.
 class Output {
  public:
   struct Terminals {
@@ -22,7 +23,7 @@ class Output {
   Output(int standardOutput, int standardError);
   Output(int standardOutput, int standardError, Terminals terminals);
 
-  /// A script's bytes, verbatim.
+  /// A script's output: verbatim, but for what a terminal would take for more than text; see TerminalText.
   void printBytes(std::string_view bytes);
   void printLine(std::string_view line);
   /// A line of the helper on standard error, on a line of its own even when a script left one unfinished.
@@ -47,6 +48,7 @@ class Output {
   int standardOutput_;
   int standardError_;
   Terminals terminals_;
+  TerminalText scriptText_;
   bool lineIsOpen_ = false;
   bool failed_ = false;
 };

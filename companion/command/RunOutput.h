@@ -12,7 +12,7 @@ namespace wicket::companion::command {
 /// Sorts what arrives during a run: scripts' output goes to standard output byte for byte, the helper's own
 /// lines go to standard error. The helper reports the success of the script twice, first as soon as it has
 /// started; both lines are left out, since the exit status says the same, and says it when it is true.
-/// Lines of other scripts, which arrive when this connection is the newest, are all shown.
+/// Lines of other scripts of the same user, which arrive when this connection is his newest, are all shown.
 class RunOutput {
  public:
   RunOutput(Output& output, std::string_view scriptPath);

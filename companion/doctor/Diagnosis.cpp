@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "companion/doctor/Diagnosis.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -17,6 +18,7 @@ namespace {
 
 constexpr char installAgain[] = "Install Wicket again";
 constexpr mode_t programMode = 02755;
+constexpr gid_t firstGroupOfUsers = 1000;
 constexpr mode_t socketMode = 0660;
 
 std::string octal(mode_t mode) {
@@ -80,12 +82,28 @@ class Report {
   }
 
   void addGroup() {
-    if (facts_.group) {
-      well("group", "There is a group " + facts_.groupName);
+    const std::string& name = facts_.groupName;
+    if (!facts_.group) {
+      problem("group", "There is no group " + name, "As root: systemd-sysusers, or groupadd --system " + name);
+    } else if (*facts_.group >= firstGroupOfUsers) {
+      problem("group",
+              "The group " + name + " has the number " + std::to_string(*facts_.group) + " and is none of the system's",
+              "As root: groupmod --new-name OTHER " + name + ", then install Wicket again");
     } else {
-      problem("group", "There is no group " + facts_.groupName,
-              "As root: systemd-sysusers, or groupadd --system " + facts_.groupName);
+      well("group", "There is a group " + name);
     }
+    if (facts_.group) addGroupHolders();
+  }
+  void addGroupHolders() {
+    const std::string& name = facts_.groupName;
+    if (facts_.groupHolders.empty()) {
+      well("group-holders", "Nobody has the group " + name + " himself");
+      return;
+    }
+    std::string users;
+    for (const std::string& user : facts_.groupHolders) users += (users.empty() ? "" : ", ") + quotedText(user);
+    problem("group-holders", "There are users who have the group " + name + " themselves: " + users,
+            "As root: gpasswd --delete USER " + name + ", or usermod --gid OTHER USER where it is the user's own");
   }
 
   void addSocket() {
@@ -199,6 +217,7 @@ class Report {
   }
   void addProcessGroup() {
     if (!facts_.group) return;
+    addOwnGroups();
     if (facts_.process.startedWithGroup == *facts_.group) {
       well("process-group", "The process began with the group " + facts_.groupName);
       return;
@@ -207,6 +226,17 @@ class Report {
             "This process began with group " + std::to_string(facts_.process.startedWithGroup) + " instead of " +
                 facts_.groupName,
             "Correct the problems above, then run the command again");
+  }
+
+  void addOwnGroups() {
+    const std::vector<gid_t>& own = facts_.process.ownGroups;
+    if (std::ranges::find(own, *facts_.group) == own.end()) {
+      well("own-groups", "The process has the group " + facts_.groupName + " from its program alone");
+      return;
+    }
+    problem("own-groups", "This user has the group " + facts_.groupName + " himself, and nobody may have it",
+            "As root: gpasswd --delete USER " + facts_.groupName +
+                ", and usermod --gid with another group where it is the user's own. Then log in again");
   }
 
   void addPolkit() {

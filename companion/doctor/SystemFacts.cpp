@@ -2,12 +2,14 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "companion/doctor/SystemFacts.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <fcntl.h>
 #include <fstream>
 #include <grp.h>
+#include <pwd.h>
 #include <string_view>
 #include <sys/socket.h>
 #include <sys/statvfs.h>
@@ -33,6 +35,21 @@ constexpr char ownExecutable[] = "/proc/self/exe";
 std::optional<gid_t> groupNumber(const std::string& name) {
   const group* const entry = ::getgrnam(name.c_str());
   return entry == nullptr || entry->gr_gid == 0 ? std::nullopt : std::optional(entry->gr_gid);
+}
+
+/// Users in the databases of this system; a directory service may know more of them.
+std::vector<std::string> holdersOf(const std::string& name) {
+  std::vector<std::string> holders;
+  const group* const entry = ::getgrnam(name.c_str());
+  if (entry == nullptr) return holders;
+  for (char** member = entry->gr_mem; *member != nullptr; ++member) holders.emplace_back(*member);
+  const gid_t number = entry->gr_gid;
+  ::setpwent();
+  while (const passwd* const user = ::getpwent()) {
+    if (user->pw_gid == number) holders.emplace_back(user->pw_name);
+  }
+  ::endpwent();
+  return holders;
 }
 
 bool hasAccessControlList(int descriptor) {
@@ -64,9 +81,17 @@ bool isInFirstUserNamespace() {
   return file >> inside >> outside >> count && inside == 0 && outside == 0 && count == all;
 }
 
+std::vector<gid_t> ownGroups() {
+  std::vector<gid_t> groups(static_cast<std::size_t>(std::max(::getgroups(0, nullptr), 0)));
+  const int count = ::getgroups(static_cast<int>(groups.size()), groups.data());
+  groups.resize(static_cast<std::size_t>(std::max(count, 0)));
+  groups.push_back(::getgid());
+  return groups;
+}
+
 SystemFacts::Process gatherProcess(gid_t startedWithGroup) {
-  return {startedWithGroup, statusNumber("NoNewPrivs:") != 0, static_cast<pid_t>(statusNumber("TracerPid:")),
-          isInFirstUserNamespace()};
+  return {startedWithGroup, ownGroups(), statusNumber("NoNewPrivs:") != 0,
+          static_cast<pid_t>(statusNumber("TracerPid:")), isInFirstUserNamespace()};
 }
 
 std::string pathOfOwnExecutable() {
@@ -122,6 +147,7 @@ SystemFacts SystemFacts::gather(gid_t startedWithGroup, const std::string& socke
   facts.polkit = {FileFacts::of(std::string("/usr/share/polkit-1/actions/") + Identifier::privilegedHelper + ".policy"),
                   polkitIsOnBus()};
   facts.group = groupNumber(facts.groupName);
+  facts.groupHolders = holdersOf(facts.groupName);
   facts.socket = FileFacts::of(socketPath);
   facts.helper = FileFacts::of(std::string(resources::BuildValues::helperExecutable()));
   return facts;

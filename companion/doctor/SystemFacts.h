@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 #include "companion/doctor/FileFacts.h"
 #include "companion/doctor/SignatureFacts.h"
@@ -16,7 +17,8 @@ namespace wicket::companion::doctor {
 /// Everything that decides whether the helper lets this program in, gathered before it is judged.
 struct SystemFacts {
   struct Process {
-    gid_t startedWithGroup = 0;  ///< its effective group when it began
+    gid_t startedWithGroup = 0;      ///< its effective group when it began
+    std::vector<gid_t> ownGroups{};  ///< those that no executable has given it: the real and the supplementary ones
     bool hasNoNewPrivileges = false;
     pid_t tracer = 0;  ///< 0: nobody
     bool isInFirstUserNamespace = true;
@@ -42,7 +44,8 @@ struct SystemFacts {
   Polkit polkit{};
   /// The group of the program's file and of the socket.
   std::string groupName{resources::BuildValues::companionGroup()};
-  std::optional<gid_t> group{};  ///< its number, when there is one; never that of root
+  std::optional<gid_t> group{};             ///< its number, when there is one; never that of root
+  std::vector<std::string> groupHolders{};  ///< users who have it as members or as their own
   FileFacts socket{};
   FileFacts helper{};
 

@@ -8,10 +8,12 @@
 #include <sys/prctl.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include "adapters/linux/CallingClient.h"
 #include "tests/contract/AuthorizationWorlds.h"
 #include "tests/support/ComesTrue.h"
+#include "tests/support/ProcessInspection.h"
 
 namespace wicket::contract {
 namespace {
@@ -19,6 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 using linux_adapter::CallingClient;
 using support::PolkitAgent;
+using support::ProcessInspection;
 using wire::AuthorizationToken;
 
 // What only Linux has: processes, polkit, and ways to deceive it.
@@ -96,6 +99,15 @@ TEST_F(PolkitAuthorizationTest, AClientThatIsNotRootIsAuthorizedAsItselfOnly) {
   }
   const CallingClient::Scope root({::getpid(), 0});
   EXPECT_EQ(create(token), authorization_status::success);
+}
+
+TEST_F(PolkitAuthorizationTest, AReferenceThatIsKeptHoldsNoDescriptor) {
+  const auto first = reference();
+  const std::size_t before = ProcessInspection::descriptorCount(::getpid());
+  std::vector<std::shared_ptr<AuthorizationReference>> kept;
+  for (int i = 0; i < 100; ++i) kept.push_back(reference());
+  EXPECT_EQ(ProcessInspection::descriptorCount(::getpid()), before);
+  EXPECT_EQ(ask(*kept.back()), ask(*first)) << "and is as good as before";
 }
 
 TEST_F(PolkitAuthorizationTest, OutsideAClientsCallNobodyIsAuthorized) {

@@ -75,7 +75,7 @@ class TestDelegate : public ListenerDelegate {
   void configure(Connection& connection) {
     if (namesRemoteInterface) connection.setRemoteObjectInterface(app_protocol::interface);
     connection.setExportedInterface(helper_protocol::interface);
-    connection.setExportedObject(object_);
+    connection.setExportedObject(object_.unowned());
     connection.setInvalidationHandler([this] { object_.record("invalidated"); });
   }
 

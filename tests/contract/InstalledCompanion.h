@@ -96,9 +96,9 @@ class InstalledCompanion {
     return start(steps, afterwards);
   }
   Client connect() { return connect(path()); }
-  /// A process of root, which has the group by other means than the file that it runs.
+  /// A process of root, which has the group in effect by other means than the file that it runs.
   Client connectWithGroup(const std::string& program, const Steps& afterwards = {}) {
-    return start({"become", "0", std::to_string(group), "execute", program}, afterwards);
+    return start({"become-with", "0", "0", std::to_string(group), "", "execute", program}, afterwards);
   }
 
   /// What the helper decides about the process of that token.

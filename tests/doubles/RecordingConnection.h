@@ -33,16 +33,17 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
       : log_(std::move(log)), queue_(queue) {}
 
   [[nodiscard]] AuditTokenData auditToken() const override { return auditToken_; }
+  [[nodiscard]] UserIdentifier effectiveUserIdentifier() const override { return user_; }
   void setRemoteObjectInterface(const Interface& interface) override {
     record("remoteObjectInterface " + std::string(interface.name));
   }
   void setExportedInterface(const Interface& interface) override {
     record("exportedInterface " + std::string(interface.name));
   }
-  void setExportedObject(HelperProtocol& object) override {
+  void setExportedObject(std::shared_ptr<HelperProtocol> object) override {
     record("exportedObject");
     const std::scoped_lock lock(mutex_);
-    exportedObject_ = &object;
+    exportedObject_.swap(object);
   }
   void setInvalidationHandler(std::function<void()> handler) override {
     record("invalidationHandler");
@@ -82,6 +83,8 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
   /// @{
   /// The process that the client is; nobody unless set. Before the connection is offered.
   void setAuditToken(const AuditTokenData& token) { auditToken_ = token; }
+  /// Somebody's; that of most clients unless set. Before the connection is offered.
+  void setEffectiveUser(UserIdentifier user) { user_ = user; }
   /// Makes the client one whose object is not of AppProtocol.
   void exportNoAppProtocol() { exportsAppProtocol_ = false; }
   /// Runs the jobs that wait on the serial queue.
@@ -130,7 +133,7 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
       const std::scoped_lock lock(mutex_);
       if (invalidated_ || isClientGone_) return;
       auto job = [this, action = std::move(call)] {
-        if (HelperProtocol* object = exportedObject(); object != nullptr && !isCut()) action(*object);
+        if (const auto object = exportedObject(); object != nullptr && !isCut()) action(*object);
       };
       (resumed_ ? jobs_ : held_).emplace_back(std::move(job));
     }
@@ -167,7 +170,7 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
     const std::scoped_lock lock(mutex_);
     if (!invalidated_) lines_.push_back(text);
   }
-  HelperProtocol* exportedObject() const {
+  std::shared_ptr<HelperProtocol> exportedObject() const {
     const std::scoped_lock lock(mutex_);
     return exportedObject_;
   }
@@ -203,6 +206,7 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
   const std::shared_ptr<CallLog> log_;
   const Queue queue_;
   AuditTokenData auditToken_{};
+  UserIdentifier user_ = 501;
   bool exportsAppProtocol_ = true;
   bool resumed_ = false;
   bool invalidated_ = false;
@@ -210,7 +214,7 @@ class RecordingConnection : public Connection, public std::enable_shared_from_th
   bool isClientGone_ = false;
   bool draining_ = false;
   int capacityWaits_ = 0;
-  HelperProtocol* exportedObject_ = nullptr;
+  std::shared_ptr<HelperProtocol> exportedObject_;
   std::function<void()> handler_;
   std::deque<std::function<void()>> jobs_;
   std::deque<std::function<void()>> held_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -20,6 +21,9 @@ namespace wicket::doubles {
 class RecordingHelperObject : public HelperProtocol {
  public:
   using Event = std::string;
+
+  /// For a connection, which then has no part in how long it lives: the test sees to it that it lives longer.
+  [[nodiscard]] std::shared_ptr<HelperProtocol> unowned() { return {std::shared_ptr<void>(), this}; }
 
   void getVersion(const VersionCompletion& completion) override {
     record("getVersion");

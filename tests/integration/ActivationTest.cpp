@@ -29,6 +29,20 @@ TEST_F(ActivationTest, TheHelperStartsWithTheFirstConnectionOnly) {
   EXPECT_NE(helperPid(), 0);
 }
 
+TEST_F(ActivationTest, AHelperThatIsNoLongerTheInstalledOneAcceptsNobodyAndServesWhomItHas) {
+  const std::string helper = "/run/helper";
+  std::filesystem::copy_file(helperExecutable(), helper);
+  activateThrough(helper);
+  const auto client = connectAndGreet();
+  std::filesystem::copy_file(helperExecutable(), "/run/newer");
+  std::filesystem::rename("/run/newer", helper);
+  const auto newcomer = connect();
+  const auto refused = newcomer->await(newcomer->startVersion());
+  EXPECT_TRUE(refused && !refused->error.empty());
+  const auto served = client->await(client->startVersion());
+  EXPECT_TRUE(served && served->error.empty());
+}
+
 TEST_F(ActivationTest, WithoutASocketTheHelperSaysSoInOneLineAndFails) {
   const auto helper = Program::run({"env", "-u", "LISTEN_FDS", "-u", "LISTEN_PID", helperExecutable()});
   EXPECT_GT(helper.status, 0);

@@ -37,6 +37,11 @@ class AttackTest : public IntegrationTest {
   [[nodiscard]] static Steps joined(std::initializer_list<Steps> parts);
   /// Somebody who has the group as his own, and not from an executable.
   [[nodiscard]] static Steps asGroupMember() { return {"become", user, CompanionStage::groupNumber()}; }
+  /// Somebody who has it in effect alone, as from an executable that is not there. Only root can do so; it lets a test
+  /// see what else is looked at.
+  [[nodiscard]] static Steps withGroupInEffect(const std::string& who) {
+    return {"become-with", who, who, CompanionStage::groupNumber(), ""};
+  }
   [[nodiscard]] static Steps asUser() { return {"become", user, user}; }
   /// @}
 

@@ -109,6 +109,27 @@ TEST_F(AuthorizationTest, WithoutPolkitNothingCanBeObtained) {
   expectRefused(support::tokenOfProcess(::getpid()), unobtainable);
 }
 
+TEST_F(AuthorizationTest, AHundredThousandRefusedInstallationsLeaveTheHelperAsItWas) {
+  const auto token = support::tokenOfProcess(::getpid());
+  const auto refuse = [&](int count) {
+    const auto client = connect();
+    client->setLogSink([](std::string_view) {});
+    for (int done = 0; done < count; done += 500) {
+      std::vector<BusClient::Serial> calls;
+      for (int i = 0; i < 500; ++i) calls.push_back(client->startInstall(scriptPaths, token));
+      for (const auto call : calls) ASSERT_EQ(client->awaitCode(call), 156);
+    }
+  };
+  refuse(500);
+  const pid_t helper = helperPid();
+  const std::size_t descriptors = ProcessInspection::descriptorCount(helper);
+  const std::size_t memory = ProcessInspection::residentBytes(helper);
+  for (int round = 0; round < 20; ++round) refuse(isSanitized ? 500 : 5000);
+  EXPECT_EQ(helperPid(), helper);
+  EXPECT_TRUE(eventually([&] { return ProcessInspection::descriptorCount(helper) <= descriptors + 2; }));
+  EXPECT_LE(ProcessInspection::residentBytes(helper), memory + ((isSanitized ? 64U : 30U) << 20U));
+}
+
 TEST_F(AuthorizationTest, ARuleThatSaysNoDenies) {
   startPolkit("no");
   expectRefused(userToken(), denied);

@@ -24,8 +24,8 @@ namespace fs = std::filesystem;
 using support::FileGroup;
 using support::PrivateNamespace;
 
-/// Nothing else in the stage has this number.
-constexpr gid_t newGroup = 47110;
+/// One of the system's, which nothing else in the stage has.
+constexpr gid_t newGroup = 871;
 
 std::string reachable(const std::string& file) { return "/mnt" / fs::path(file).filename(); }
 std::string installedCopyOf(const std::string& program) {

@@ -109,7 +109,17 @@ TEST_F(DoctorTest, ExplainsAnotherGroup) {
   const auto program = copied();
   ASSERT_EQ(::chown(program.c_str(), 0, 12345), 0);
   ASSERT_EQ(::chmod(program.c_str(), 02755), 0);
-  expectProblem(doctor(program), "belongs to group 12345", "chown root:wicket");
+  expectProblem(doctor(program), "belongs to group 12345", "chown root:_wicket");
+}
+
+TEST_F(DoctorTest, ExplainsThatAUserHasTheGroupHimself) {
+  const std::string group = CompanionStage::groupNumber();
+  for (const char* real : {"65534", group.c_str()}) {
+    const auto program = Program::run({"setpriv", "--reuid=65534", std::string("--regid=") + real, "--groups=" + group,
+                                       commandExecutable(), "doctor"});
+    expectProblem(program, "has the group _wicket himself", "gpasswd --delete");
+    EXPECT_THAT(program.output, HasSubstr("The helper refuses this program"));
+  }
 }
 
 TEST_F(DoctorTest, ExplainsANosuidMount) {

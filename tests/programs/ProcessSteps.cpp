@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <grp.h>
 #include <linux/memfd.h>
 #include <linux/sched.h>
 #include <sched.h>
+#include <sstream>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/sendfile.h>
@@ -18,11 +20,21 @@
 #include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 #include "tests/programs/Steps.h"
 
 namespace wicket::stand_in {
 namespace {
+
+unsigned long numberIn(const char* text) { return std::strtoul(text, nullptr, 10); }
+
+std::vector<gid_t> groupsIn(const std::string& text) {
+  std::vector<gid_t> groups;
+  std::istringstream words(text);
+  for (std::string word; std::getline(words, word, ',');) groups.push_back(static_cast<gid_t>(numberIn(word.c_str())));
+  return groups;
+}
 
 std::string procFile(const char* pid, const char* name) { return std::string("/proc/") + pid + "/" + name; }
 
@@ -68,12 +80,52 @@ bool canReadMemory(pid_t pid) {
   std::_Exit(EXIT_SUCCESS);
 }
 
+/// Where the arguments begin in its memory: field 48 of proc(5)'s "stat"; 0 where that is kept from us.
+std::uintptr_t argumentsOf(pid_t process) {
+  std::ifstream file(procFile(std::to_string(process).c_str(), "stat"));
+  std::string text;
+  std::getline(file, text);
+  std::istringstream fields(text.substr(text.rfind(')') + 1));
+  std::string field;
+  for (int number = 3; number <= 48; ++number) fields >> field;
+  return numberIn(field.c_str());
+}
+
+/// Whether it could be done.
+bool alterArgument(pid_t process, const std::string& before, const std::string& after) {
+  const int memory = ::open(procFile(std::to_string(process).c_str(), "mem").c_str(), O_RDWR | O_CLOEXEC);
+  std::array<char, 512> bytes{};
+  const auto begin = static_cast<off_t>(argumentsOf(process));
+  const ssize_t count = ::pread(memory, bytes.data(), bytes.size(), begin);
+  const std::string text(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+  const std::size_t found = text.find(before);
+  const bool isDone =
+      found != std::string::npos && ::pwrite(memory, after.data(), after.size(), begin + static_cast<off_t>(found)) > 0;
+  ::close(memory);
+  return isDone;
+}
+
 }  // namespace
 
 void become(char** arguments) {
-  const auto uid = static_cast<uid_t>(std::strtoul(arguments[0], nullptr, 10));
-  const auto gid = static_cast<gid_t>(std::strtoul(arguments[1], nullptr, 10));
+  const auto uid = static_cast<uid_t>(numberIn(arguments[0]));
+  const auto gid = static_cast<gid_t>(numberIn(arguments[1]));
   require(::setgroups(0, nullptr) == 0 && ::setresgid(gid, gid, gid) == 0 && ::setresuid(uid, uid, uid) == 0, "become");
+}
+
+void becomeWith(char** arguments) {
+  const auto uid = static_cast<uid_t>(numberIn(arguments[0]));
+  const auto real = static_cast<gid_t>(numberIn(arguments[1]));
+  const auto effective = static_cast<gid_t>(numberIn(arguments[2]));
+  const auto groups = groupsIn(arguments[3]);
+  require(::setgroups(groups.size(), groups.data()) == 0 && ::setresgid(real, effective, effective) == 0 &&
+              ::setresuid(uid, uid, uid) == 0,
+          "become-with");
+}
+
+void exchangeGroups(char** /*arguments*/) {
+  const gid_t real = ::getgid();
+  require(::setregid(::getegid(), real) == 0 && ::getegid() == real, "exchange-groups");
 }
 
 void dropGroup(char** /*arguments*/) {
@@ -88,6 +140,8 @@ void noNewPrivileges(char** /*arguments*/) {
 void userNamespace(char** /*arguments*/) { require(::unshare(CLONE_NEWUSER) == 0, "user-namespace"); }
 
 void dumpable(char** /*arguments*/) { require(::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0) == 0, "dumpable"); }
+
+void undumpable(char** /*arguments*/) { require(::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0, "undumpable"); }
 
 void leaveToChild(char** /*arguments*/) {
   const pid_t child = ::fork();
@@ -121,6 +175,20 @@ void forkTraced(char** /*arguments*/) {
   require(::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0, "ptrace");
 }
 
+void forkAltered(char** arguments) {
+  const pid_t child = ::fork();
+  require(child >= 0, "fork");
+  if (child == 0) {
+    require(::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0, "ptrace");
+    return;
+  }
+  int status = 0;
+  require(::waitpid(child, &status, 0) == child && WIFSTOPPED(status), "the execution");
+  static_cast<void>(alterArgument(child, arguments[0], arguments[1]));
+  require(::ptrace(PTRACE_DETACH, child, nullptr, nullptr) == 0, "detach");
+  stay();
+}
+
 void intrude(char** arguments) {
   const char* const text = arguments[0];
   const auto pid = static_cast<pid_t>(std::strtol(text, nullptr, 10));
@@ -134,6 +202,8 @@ void intrude(char** arguments) {
   isIn = canTrace(pid) || isIn;
   say(isIn ? "entered" : "kept out");
 }
+
+void environment(char** arguments) { require(::putenv(arguments[0]) == 0, "environment"); }
 
 void execute(char** arguments) {
   ::execv(arguments[0], arguments);

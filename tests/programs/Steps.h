@@ -11,6 +11,9 @@ namespace wicket::stand_in {
 void require(bool condition, const char* what);
 void say(const std::string& line);
 
+/// Does what the words say, each the name of a step with its arguments behind it.
+void runSteps(char** next, char** end);
+
 // Each step is given the arguments that come after its name.
 
 /// @name With the connection, which keeps its number across an exec
@@ -39,10 +42,16 @@ void flood(char** arguments);
 /// @name With processes
 /// @{
 void become(char** arguments);
+/// A user, a real group, an effective and saved group, and the supplementary groups with commas between them.
+void becomeWith(char** arguments);
+/// The real group for the effective one and the other way round, as whoever has both may.
+void exchangeGroups(char** arguments);
 void dropGroup(char** arguments);
 void noNewPrivileges(char** arguments);
 void userNamespace(char** arguments);
 void dumpable(char** arguments);
+/// Everything of the process in /proc belongs to root from now on.
+void undumpable(char** arguments);
 /// The child goes on with the next step, without its parent.
 void leaveToChild(char** arguments);
 /// The child goes on with the next step, and its parent stays.
@@ -53,8 +62,13 @@ void leaveGroup(char** arguments);
 void forkWithNumber(char** arguments);
 /// The child goes on with the next step, traced by its parent.
 void forkTraced(char** arguments);
+/// The same until it has executed a program: then its parent puts the second text in place of the first in its
+/// arguments, where the kernel lets it, and lets it go.
+void forkAltered(char** arguments);
 /// What a process can do to another of its user. Says "entered" if anything succeeds, else "kept out".
 void intrude(char** arguments);
+/// For what is executed later: NAME=VALUE.
+void environment(char** arguments);
 void execute(char** arguments);
 /// Runs a copy of the program that only memory holds.
 void executeFromMemory(char** arguments);

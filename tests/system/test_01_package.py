@@ -31,7 +31,7 @@ def test_the_socket_listens_at_once_and_the_helper_does_not_run(machine):
 
 
 def test_only_root_and_the_group_may_connect_to_the_socket(machine):
-    assert owner_and_mode(machine, SOCKET_PATH) == "root:wicket 660"
+    assert owner_and_mode(machine, SOCKET_PATH) == "root:_wicket 660"
 
 
 def test_the_helper_can_be_changed_by_root_alone(machine):
@@ -39,11 +39,11 @@ def test_the_helper_can_be_changed_by_root_alone(machine):
 
 
 def test_the_command_gives_its_group_to_whoever_runs_it(machine):
-    assert owner_and_mode(machine, "/usr/bin/wicket") == "root:wicket 2755"
+    assert owner_and_mode(machine, "/usr/bin/wicket") == "root:_wicket 2755"
 
 
 def test_nobody_is_a_member_of_the_group(machine):
-    assert machine.output("getent", "group", "wicket").endswith(":")
+    assert machine.output("getent", "group", "_wicket").endswith(":")
 
 
 def test_systemd_has_nothing_to_say_against_the_units(machine):

@@ -22,9 +22,9 @@ def stranger(long_run):
 @pytest.fixture
 def member(long_run):
     """mallory has been given the group, which SECURITY.md advises against."""
-    long_run.machine.run("usermod", "--append", "--groups=wicket", "mallory")
+    long_run.machine.run("usermod", "--append", "--groups=_wicket", "mallory")
     yield long_run.of("mallory")
-    long_run.machine.run("gpasswd", "--delete", "mallory", "wicket")
+    long_run.machine.run("gpasswd", "--delete", "mallory", "_wicket")
 
 
 def test_the_program_of_a_stranger_does_not_reach_the_helper(stranger):
@@ -32,7 +32,7 @@ def test_the_program_of_a_stranger_does_not_reach_the_helper(stranger):
 
 
 def test_the_program_of_a_member_of_the_group_is_cut_unanswered(member):
-    assert member.run("sg wicket -c 'python3 /usr/local/bin/intruder once'").text == "cut, not answered\n"
+    assert member.run("sg _wicket -c 'python3 /usr/local/bin/intruder once'").text == "cut, not answered\n"
 
 
 def test_a_copy_of_the_command_is_refused_like_any_other_program(stranger):
@@ -42,7 +42,7 @@ def test_a_copy_of_the_command_is_refused_like_any_other_program(stranger):
 
 
 def test_a_flood_of_strangers_pauses_nothing(long_run, member):
-    result = member.run("sg wicket -c 'python3 /usr/local/bin/intruder flood 600'")
+    result = member.run("sg _wicket -c 'python3 /usr/local/bin/intruder flood 600'")
     assert result.text == "connected each time\n"
     assert is_listening(long_run.machine)
 

@@ -170,17 +170,17 @@ def test_where_polkit_is_not_installed_the_doctor_says_so(machine, alice):
 
 
 def test_without_the_group_the_doctor_says_what_to_do_and_that_helps(machine, bob):
-    machine.run("groupdel", "wicket")
+    machine.run("groupdel", "_wicket")
     kill_helper(machine)
     result = bob.run("wicket version")
     assert result.status == 125
     assert "wicket doctor" in result.text or "may not connect" in result.text
     report = bob.run("wicket doctor")
     assert report.status == 1
-    assert "There is no group wicket" in report.text
+    assert "There is no group _wicket" in report.text
     assert "As root: systemd-sysusers" in report.text
     machine.run("systemd-sysusers")
-    machine.shell("chown root:wicket /usr/bin/wicket && chmod 2755 /usr/bin/wicket")
+    machine.shell("chown root:_wicket /usr/bin/wicket && chmod 2755 /usr/bin/wicket")
     machine.run("systemctl", "restart", SOCKET)
     assert bob.run("wicket doctor").status == 0
 

@@ -19,7 +19,7 @@ def installation(machine, terminals, request):
     subprocess.run(["cp", "--recursive", "--preserve=mode", f"{source}/.", machine.root], check=True)
     # What README.md tells whoever installs without packages.
     machine.run("systemd-sysusers", "wicket.conf")
-    machine.shell("chgrp wicket /usr/local/bin/wicket && chmod 2755 /usr/local/bin/wicket")
+    machine.shell("chgrp _wicket /usr/local/bin/wicket && chmod 2755 /usr/local/bin/wicket")
     machine.run("systemctl", "daemon-reload")
     machine.run("systemctl", "enable", "--now", SOCKET)
 

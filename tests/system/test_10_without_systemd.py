@@ -35,7 +35,7 @@ def test_the_doctor_names_the_first_thing_to_do(unbooted):
     result = as_bob(unbooted, "wicket doctor")
     assert result.returncode == 1
     assert 'There is no socket "/run/net.orvane.Wicket.TlvPrivilegedHelper"' in result.stdout
-    assert "ok       There is a group wicket." in result.stdout
+    assert "ok       There is a group _wicket." in result.stdout
 
 
 def test_purging_succeeds_too(unbooted, packages):

@@ -79,6 +79,9 @@ std::string nameOf(NSXPCInterface* interface) { return interface == nil ? "nothi
   return connection;
 }
 
+- (uid_t)effectiveUserIdentifier {
+  return self.auditToken.val[1];
+}
 - (void)setExportedInterface:(NSXPCInterface*)interface {
   Recording::add("connection.exportedInterface " + nameOf(interface));
   _exportedInterface = interface;

@@ -24,7 +24,7 @@ class ExportedObjectTest : public FrameworkTest {
  protected:
   ExportedObjectTest() {
     connection_->setExportedInterface(helper_protocol::interface);
-    connection_->setExportedObject(object_);
+    connection_->setExportedObject(object_.unowned());
     connection_->resume();
   }
   void TearDown() override {
@@ -125,7 +125,7 @@ TEST_F(ExportedObjectTest, AStringThatIsNotUnicodeCutsTheConnectionAndIsNotPasse
     const Client client;
     macos_adapter::XpcConnection connection(client.connection(), calls_);
     connection.setExportedInterface(helper_protocol::interface);
-    connection.setExportedObject(object_);
+    connection.setExportedObject(object_.unowned());
     connection.resume();
     client.call(message);
     EXPECT_TRUE(client.connection().wicketIsInvalid);
@@ -225,6 +225,7 @@ TEST_F(ExportedObjectTest, TheHelperDoesNotFinishWhileACallWaitsForItsAnswer) {
 TEST_F(ExportedObjectTest, TheAuditTokenIsThatOfTheConnectionAllOfIt) {
   const AuditTokenData token = connection_->auditToken();
   for (std::size_t i = 0; i < token.size(); ++i) EXPECT_EQ(std::to_integer<std::size_t>(token[i]), i);
+  EXPECT_EQ(connection_->effectiveUserIdentifier(), 0x07060504U) << "the second of its words";
 }
 
 TEST_F(ExportedObjectTest, TheInvalidationHandlerRunsOnceOnTheConnectionsQueueAndIsLetGoOf) {

@@ -33,7 +33,7 @@ TEST_F(TimedConnectionsTest, ANewRegistryIsEmptyAndHasNoFirstOrLastEntry) {
   EXPECT_TRUE(registry_.isEmpty());
   EXPECT_EQ(registry_.first(), nullptr);
   EXPECT_EQ(registry_.last(), nullptr);
-  EXPECT_EQ(registry_.newestConnection(), nullptr);
+  EXPECT_EQ(registry_.newestConnectionOf(0), nullptr);
 }
 
 TEST_F(TimedConnectionsTest, FirstIsTheOldestAndLastTheNewestEntry) {
@@ -42,7 +42,24 @@ TEST_F(TimedConnectionsTest, FirstIsTheOldestAndLastTheNewestEntry) {
   const auto newest = add();
   EXPECT_EQ(registry_.first()->connection(), oldest);
   EXPECT_EQ(registry_.last()->connection(), newest);
-  EXPECT_EQ(registry_.newestConnection(), newest);
+  EXPECT_EQ(registry_.newestConnectionOf(newest->effectiveUserIdentifier()), newest);
+}
+
+TEST_F(TimedConnectionsTest, TheNewestConnectionOfAUserIsNobodyElses) {
+  constexpr UserIdentifier alice = 1001;
+  constexpr UserIdentifier bob = 1002;
+  const auto addOf = [this](UserIdentifier user) {
+    const auto connection = std::make_shared<RecordingConnection>();
+    connection->setEffectiveUser(user);
+    registry_.add(connection);
+    return connection;
+  };
+  addOf(alice);
+  const auto ofAlice = addOf(alice);
+  const auto ofBob = addOf(bob);
+  EXPECT_EQ(registry_.newestConnectionOf(alice), ofAlice);
+  EXPECT_EQ(registry_.newestConnectionOf(bob), ofBob);
+  EXPECT_EQ(registry_.newestConnectionOf(0), nullptr) << "not even root's";
 }
 
 TEST_F(TimedConnectionsTest, AConnectionIsInvalidated45SecondsAfterItWasAddedAndNotBefore) {
@@ -167,9 +184,9 @@ TEST_F(TimedConnectionsTest, AddingReadingAndRemovingFromSeveralThreadsLosesNoEn
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([this] {
       for (int i = 0; i < perThread; ++i) {
-        add();
+        const auto connection = add();
         registry_.remove();
-        EXPECT_NE(registry_.newestConnection(), nullptr);
+        EXPECT_NE(registry_.newestConnectionOf(connection->effectiveUserIdentifier()), nullptr);
       }
     });
   }

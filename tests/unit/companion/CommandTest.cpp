@@ -104,6 +104,19 @@ TEST_F(CommandTest, OnATerminalAnUnfinishedLineIsFinishedBeforeAnotherFollows) {
   EXPECT_EQ(result.out, "end\n");
 }
 
+TEST_F(CommandTest, ATerminalIsSentNoControlCharactersOfAScript) {
+  const std::string forged = "ERROR: Execution of the script at \x1B[2J failed with exit code 7.";
+  const FakeHelper::Behaviour behaviour{.linesAfterReply = {"\x1B[31mred\x1B[0m \x1B]0;title\x07\r", forged},
+                                        .laterReport = 0};
+  const std::string raw = "\x1B[31mred\x1B[0m \x1B]0;title\x07\r";
+  EXPECT_EQ(wicket(behaviour, {"run", "job.sh"}).out, raw) << "a file has the bytes";
+  EXPECT_EQ(wicket(behaviour, {"run", "job.sh"}).err, forged + "\n");
+  terminals_ = {true, true, false};
+  const Result shown = wicket(behaviour, {"run", "job.sh"});
+  EXPECT_EQ(shown.out, "\x1B[31mred\x1B[0m \\x1B]0;title\\x07\\x0D\n");
+  EXPECT_EQ(shown.err, "ERROR: Execution of the script at \\x1B[2J failed with exit code 7.\n");
+}
+
 TEST_F(CommandTest, ColoursAreUsedOnlyWhereTheyAreWelcome) {
   terminals_ = {true, true, true};
   EXPECT_TRUE(withoutHelper({"version"}).err.starts_with("\033[1;31mwicket:\033[0m The helper is not installed"));

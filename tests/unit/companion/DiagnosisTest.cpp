@@ -103,6 +103,13 @@ const std::vector<Disorder> disorders{
      "user namespace of its own", "outside of the container"},
     {"AnotherProcessGroup", [](SystemFacts& f) { f.process.startedWithGroup = 1000; }, "process-group", "group 1000",
      "run the command again"},
+    {"GroupOfUsers",
+     [](SystemFacts& f) { f.group = f.socket.group = f.program.file.group = f.process.startedWithGroup = 1001; },
+     "group", "has the number 1001", "groupmod --new-name OTHER wicket"},
+    {"GroupWithMembers", [](SystemFacts& f) { f.groupHolders = {"alice", "bob"}; }, "group-holders",
+     "\"alice\", \"bob\"", "gpasswd --delete USER wicket"},
+    {"MemberOfTheGroup", [](SystemFacts& f) { f.process.ownGroups = {1000, wicketGroup}; }, "own-groups",
+     "has the group wicket himself", "gpasswd --delete USER wicket"},
     {"Unsigned", [](SystemFacts& f) { f.program.signature.state = State::missing; }, "signature", "is not signed",
      "wicket-codesign"},
     {"SignatureDamaged",
@@ -144,10 +151,10 @@ TEST(DiagnosisTest, AHealthySystemHasNoProblemAndEachCheckIsNamedOnce) {
     checks.push_back(finding.check);
     EXPECT_EQ(finding.nextStep, "") << finding.check;
   }
-  EXPECT_THAT(checks, ElementsAre("kernel", "helper", "group", "socket", "socket-mode", "program-owner",
-                                  "program-group", "set-group", "program-mode", "mount", "no-new-privileges", "traced",
-                                  "user-namespace", "process-group", "signature", "runtime", "entitlements",
-                                  "requirement", "polkit-action", "polkit"));
+  EXPECT_THAT(checks, ElementsAre("kernel", "helper", "group", "group-holders", "socket", "socket-mode",
+                                  "program-owner", "program-group", "set-group", "program-mode", "mount",
+                                  "no-new-privileges", "traced", "user-namespace", "own-groups", "process-group",
+                                  "signature", "runtime", "entitlements", "requirement", "polkit-action", "polkit"));
 }
 
 TEST(DiagnosisTest, AKernelThatNamesOnlyTheNumberOfAProcessIsWellEnough) {

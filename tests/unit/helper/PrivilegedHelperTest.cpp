@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 
 #include <chrono>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -43,9 +44,17 @@ class PrivilegedHelperTest : public testing::Test {
   /// Connections and helper hold each other until the connections are cut.
   void TearDown() override { platform_.mainQueue().advance(45s); }
 
-  std::shared_ptr<RecordingConnection> connect() {
+  std::shared_ptr<RecordingConnection> connect() { return connectAs(501); }
+  std::shared_ptr<RecordingConnection> connectAs(UserIdentifier user) {
     auto connection = std::make_shared<RecordingConnection>();
+    connection->setEffectiveUser(user);
     EXPECT_EQ(platform_.listener().offer(connection), true);
+    return connection;
+  }
+  /// What a client of its own calls.
+  std::shared_ptr<RecordingConnection> call(const std::function<void(HelperProtocol&)>& action) {
+    const auto connection = connect();
+    connection->send(action);
     return connection;
   }
   HelperProtocol::CodeCompletion recordCode() {
@@ -91,14 +100,18 @@ TEST_F(PrivilegedHelperTest, AClientIsRegisteredBeforeItIsResumed) {
 
 TEST_F(PrivilegedHelperTest, TheVersionIsTheBundlesBuildVersion) {
   std::vector<std::string> versions;
-  helper_->getVersion([&](const std::string& version) { versions.push_back(version); });
+  call([&](HelperProtocol& helper) {
+    helper.getVersion([&](const std::string& version) { versions.push_back(version); });
+  });
   EXPECT_THAT(versions, ElementsAre("9417"));
 }
 
 TEST_F(PrivilegedHelperTest, TheVersionIs0WhenTheBundleLacksOne) {
   platform_.mainBundle().remove("CFBundleVersion");
   std::vector<std::string> versions;
-  helper_->getVersion([&](const std::string& version) { versions.push_back(version); });
+  call([&](HelperProtocol& helper) {
+    helper.getVersion([&](const std::string& version) { versions.push_back(version); });
+  });
   EXPECT_THAT(versions, ElementsAre("0"));
 }
 
@@ -166,8 +179,8 @@ TEST_F(PrivilegedHelperTest, AConnectionIsCutAfter45SecondsEvenWhileACallOnItRun
 }
 
 TEST_F(PrivilegedHelperTest, InstallationWithoutAuthorizationDataIsNotAuthorizedAndLeavesTheDiskUntouched) {
-  const auto connection = connect();
-  helper_->installScript("/src/a.sh,/var/orvane/a.sh", std::nullopt, recordCode());
+  const auto connection = call(
+      [&](HelperProtocol& helper) { helper.installScript("/src/a.sh,/var/orvane/a.sh", std::nullopt, recordCode()); });
   EXPECT_THAT(codes_, ElementsAre(156));
   EXPECT_THAT(
       connection->lines(),
@@ -176,9 +189,9 @@ TEST_F(PrivilegedHelperTest, InstallationWithoutAuthorizationDataIsNotAuthorized
 }
 
 TEST_F(PrivilegedHelperTest, ACancelledDialogIsReportedToTheClientAndAnsweredWith156) {
-  const auto connection = connect();
   platform_.authorizationServices().setRightsStatus(authorization_status::canceled);
-  helper_->installScript("/src/a.sh,/var/orvane/a.sh", validData(), recordCode());
+  const auto connection = call(
+      [&](HelperProtocol& helper) { helper.installScript("/src/a.sh,/var/orvane/a.sh", validData(), recordCode()); });
   EXPECT_THAT(codes_, ElementsAre(156));
   EXPECT_THAT(connection->lines(),
               ElementsAre("ERROR: Authentication failed with "
@@ -186,8 +199,13 @@ TEST_F(PrivilegedHelperTest, ACancelledDialogIsReportedToTheClientAndAnsweredWit
 }
 
 TEST_F(PrivilegedHelperTest, AFailedVerificationWithoutAnyClientSendsNothingAndIsStillAnsweredWith156) {
-  helper_->installScript("/src/a.sh,/var/orvane/a.sh", std::nullopt, recordCode());
+  const auto connection = call([&](HelperProtocol& helper) {
+    platform_.mainQueue().advance(45s);
+    connectAs(1002)->close();  // its invalidation takes the one that was cut out of the registry
+    helper.installScript("/src/a.sh,/var/orvane/a.sh", std::nullopt, recordCode());
+  });
   EXPECT_THAT(codes_, ElementsAre(156));
+  EXPECT_THAT(connection->lines(), IsEmpty());
 }
 
 TEST_F(PrivilegedHelperTest, AFailedVerificationIsReportedToTheNewestClientWhoeverAsked) {
@@ -198,18 +216,37 @@ TEST_F(PrivilegedHelperTest, AFailedVerificationIsReportedToTheNewestClientWhoev
   EXPECT_THAT(newest->lines(), SizeIs(1));
 }
 
+TEST_F(PrivilegedHelperTest, WhatAUsersCallsSayReachesNoOtherUser) {
+  makeScriptFolder();
+  platform_.fileManager().addFile("/var/orvane/a.sh", "#!/bin/sh\n");
+  const auto ofAlice = connectAs(1001);
+  const auto ofBob = connectAs(1002);
+  const auto ofRoot = connectAs(0);
+  ofAlice->send([&](HelperProtocol& helper) {
+    helper.installScript("a,b", std::nullopt, recordCode());
+    helper.runCommand("missing.sh", {}, recordCode());
+    helper.runCommand("a.sh", {}, recordCode());
+  });
+  platform_.childProcessLauncher().children().front()->writeOutput("hello");
+  platform_.childProcessLauncher().children().front()->terminate(0);
+  EXPECT_THAT(codes_, ElementsAre(156, 756, 0, 0));
+  EXPECT_THAT(ofAlice->lines(), SizeIs(5));
+  EXPECT_THAT(ofBob->lines(), IsEmpty());
+  EXPECT_THAT(ofRoot->lines(), IsEmpty());
+}
+
 TEST_F(PrivilegedHelperTest, AnAuthorizedInstallationCopiesTheScriptForRootAlone) {
   makeScriptFolder();
   platform_.fileManager().addDirectory("/src");
   platform_.fileManager().addFile("/src/a.sh", "#!/bin/sh\n");
-  helper_->installScript("/src/a.sh,/var/orvane/a.sh", validData(), recordCode());
+  call([&](HelperProtocol& helper) { helper.installScript("/src/a.sh,/var/orvane/a.sh", validData(), recordCode()); });
   EXPECT_THAT(codes_, ElementsAre(0));
   EXPECT_EQ(platform_.fileManager().content("/var/orvane/a.sh"), "#!/bin/sh\n");
   EXPECT_EQ(platform_.fileManager().attributes("/var/orvane/a.sh"), (FileAttributes{0500, 0, 0}));
 }
 
 TEST_F(PrivilegedHelperTest, AnAuthorizedInstallationThatFailsIsAnsweredWith590) {
-  helper_->installScript("/src/a.sh", validData(), recordCode());
+  call([&](HelperProtocol& helper) { helper.installScript("/src/a.sh", validData(), recordCode()); });
   EXPECT_THAT(codes_, ElementsAre(590));
 }
 
@@ -233,10 +270,12 @@ TEST_F(PrivilegedHelperTest, RemovalByLocationAndByNameAnswerWithTheirCodes) {
   makeScriptFolder();
   platform_.fileManager().addFile("/var/orvane/a.sh", "");
   platform_.fileManager().addFile("/var/orvane/b.sh", "");
-  helper_->uninstallScriptAt("/src/a.sh,/var/orvane/a.sh", recordCode());
-  helper_->uninstallScriptAt("/var/orvane/b.sh", recordCode());
-  helper_->uninstallScriptWithFilename("b.sh", recordCode());
-  helper_->uninstallScriptWithFilename("b.sh", recordCode());
+  call([&](HelperProtocol& helper) {
+    helper.uninstallScriptAt("/src/a.sh,/var/orvane/a.sh", recordCode());
+    helper.uninstallScriptAt("/var/orvane/b.sh", recordCode());
+    helper.uninstallScriptWithFilename("b.sh", recordCode());
+    helper.uninstallScriptWithFilename("b.sh", recordCode());
+  });
   EXPECT_THAT(codes_, ElementsAre(0, 367, 0, 0));
   EXPECT_THAT(platform_.fileManager().entries("/var/orvane"), IsEmpty());
 }
@@ -244,8 +283,7 @@ TEST_F(PrivilegedHelperTest, RemovalByLocationAndByNameAnswerWithTheirCodes) {
 TEST_F(PrivilegedHelperTest, RemovingItselfLeavesTheScriptsAndStartsTheRemovalInAShell) {
   makeScriptFolder();
   platform_.serviceJob().setRemovalCommandLine("remove job && rm -Rf tool");
-  const auto connection = connect();
-  helper_->uninstall(false);
+  const auto connection = call([](HelperProtocol& helper) { helper.uninstall(false); });
   EXPECT_NE(platform_.fileManager().item("/var/orvane"), std::nullopt);
   const auto children = platform_.childProcessLauncher().children();
   ASSERT_THAT(children, SizeIs(1));
@@ -263,15 +301,15 @@ TEST_F(PrivilegedHelperTest, RemovingItselfWithAllRemovesTheScriptFolderBeforeTh
   bool goneAtLaunch = false;
   platform_.childProcessLauncher().onLaunch(
       [&](doubles::ScriptedChild&) { goneAtLaunch = !platform_.fileManager().item("/var/orvane").has_value(); });
-  helper_->uninstall(true);
+  call([](HelperProtocol& helper) { helper.uninstall(true); });
   EXPECT_TRUE(goneAtLaunch);
 }
 
 TEST_F(PrivilegedHelperTest, RemovingItselfWithAllGoesOnWhenTheScriptFolderCannotBeRemovedOrIsMissing) {
-  helper_->uninstall(true);
+  const auto connection = call([](HelperProtocol& helper) { helper.uninstall(true); });
   makeScriptFolder();
   platform_.fileManager().fail(FileOperation::removeItem, "/var/orvane", 5);
-  helper_->uninstall(true);
+  connection->send([](HelperProtocol& helper) { helper.uninstall(true); });
   EXPECT_THAT(platform_.childProcessLauncher().attempts(), ElementsAre("/bin/bash", "/bin/bash"));
 }
 

@@ -89,6 +89,7 @@ typedef struct {
 @property(nullable, retain) id exportedObject;
 @property(nullable, retain) NSXPCInterface* remoteObjectInterface;
 @property(readonly, retain) id remoteObjectProxy;
+@property(readonly) uid_t effectiveUserIdentifier;
 @property(nullable, copy) void (^invalidationHandler)(void);
 - (void)scheduleSendBarrierBlock:(void (^)(void))block API_AVAILABLE(macos(10.15));
 - (void)resume;

@@ -33,6 +33,7 @@
 @property(nonatomic, nullable, retain) id exportedObject;
 @property(nonatomic, nullable, retain) NSXPCInterface* remoteObjectInterface;
 @property(readonly, retain) id remoteObjectProxy;
+@property(readonly) uid_t effectiveUserIdentifier;
 @property(nonatomic, nullable, copy) void (^interruptionHandler)(void);
 @property(nonatomic, nullable, copy) void (^invalidationHandler)(void);
 - (void)resume;
