@@ -20,7 +20,7 @@ void ClientService::getVersion(const VersionCompletion& completion) {
 }
 
 void ClientService::installScript(const std::string& path, const AuthorizationData& authData,
-                                     const CodeCompletion& completion) {
+                                  const CodeCompletion& completion) {
   if (!verifyAuthorization(authData, helper_protocol::installScript)) {
     completion(reply_code::notAuthorized);
     return;
@@ -39,7 +39,7 @@ bool ClientService::verifyAuthorization(const AuthorizationData& authData, const
 std::shared_ptr<Connection> ClientService::newestConnection() const { return connections_.newestConnectionOf(user_); }
 
 void ClientService::runCommand(const std::string& filename, const std::vector<std::string>& arguments,
-                                  const CodeCompletion& completion) {
+                               const CodeCompletion& completion) {
   RunCommand::runTask(
       platform_.fileManager(), platform_.childProcessLauncher(), filename, arguments,
       [this] { return newestConnection(); }, completion);

@@ -9,7 +9,6 @@
 #include <sys/socket.h>
 #include <utility>
 
-#include "adapters/linux/AttributedReceive.h"
 #include "adapters/linux/PeerProcess.h"
 #include "adapters/linux/SdTimer.h"
 
@@ -50,7 +49,6 @@ BusAcceptor::BusAcceptor(Descriptor listening, std::shared_ptr<BusDoorbell> door
 void BusAcceptor::start(sd_event* event) {
   event_ = event;
   sd_event_source* source = nullptr;
-  AttributedReceive::enable(listening_.get());
   if (sd_event_add_io(event, &source, listening_.get(), EPOLLIN, &onClients, this) < 0) std::terminate();
   clientsSource_.reset(source);
 }

@@ -5,6 +5,8 @@
 #include <future>
 #include <utility>
 
+#include "adapters/linux/AttributedReceive.h"
+
 namespace wicket::linux_adapter {
 
 class BusListener::Finish : public BusWorker {
@@ -21,7 +23,10 @@ class BusListener::Finish : public BusWorker {
 };
 
 BusListener::BusListener(Descriptor listening)
-    : listening_(std::move(listening)), doorbell_(std::make_shared<BusDoorbell>()) {}
+    : listening_(std::move(listening)), doorbell_(std::make_shared<BusDoorbell>()) {
+  // What a client writes from the moment at which it has connected carries its name, and that is before it is accepted.
+  AttributedReceive::enable(listening_.get());
+}
 
 BusListener::~BusListener() {
   thread_.reset();

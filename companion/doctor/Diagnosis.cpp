@@ -79,6 +79,10 @@ class Report {
     } else {
       well("helper", "The helper is installed");
     }
+    if (facts_.helperIsStale) {
+      problem("helper-running", "The helper that runs is not the installed one: it began before that was there",
+              "As root: systemctl stop net.orvane.Wicket.TlvPrivilegedHelper.service");
+    }
   }
 
   void addGroup() {

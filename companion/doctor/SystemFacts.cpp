@@ -19,6 +19,7 @@
 
 #include "companion/doctor/CompanionRequirement.h"
 #include "companion/doctor/PolkitPresence.h"
+#include "companion/doctor/RunningHelper.h"
 #include "companion/doctor/SignatureExamination.h"
 #include "resources/BuildValues.h"
 #include "resources/TrustedAnchor.h"
@@ -150,6 +151,7 @@ SystemFacts SystemFacts::gather(gid_t startedWithGroup, const std::string& socke
   facts.groupHolders = holdersOf(facts.groupName);
   facts.socket = FileFacts::of(socketPath);
   facts.helper = FileFacts::of(std::string(resources::BuildValues::helperExecutable()));
+  facts.helperIsStale = runningHelperIsOlderThan(facts.helper.path);
   return facts;
 }
 

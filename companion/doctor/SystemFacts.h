@@ -48,6 +48,7 @@ struct SystemFacts {
   std::vector<std::string> groupHolders{};  ///< users who have it as members or as their own
   FileFacts socket{};
   FileFacts helper{};
+  bool helperIsStale = false;  ///< the one that runs began before the installed one was there
 
   /// Looks at the real system. Starts nothing and changes nothing.
   [[nodiscard]] static SystemFacts gather(gid_t startedWithGroup, const std::string& socketPath = wire::socketPath);

@@ -220,5 +220,16 @@ TEST(BusListenerTest, AnIdleListenerWithAGatedClientUsesNoProcessorTime) {
   EXPECT_LT(processorSeconds() - before, 0.05);
 }
 
+TEST(BusListenerCredentialsTest, TheKernelNamesTheSendersBeforeAnybodyIsAccepted) {
+  const ListeningSocket socket;
+  Descriptor listening = socket.open();
+  const Descriptor same(::dup(listening.get()));
+  const linux_adapter::BusListener listener(std::move(listening));
+  int isNamed = 0;
+  socklen_t length = sizeof isNamed;
+  ASSERT_EQ(::getsockopt(same.get(), SOL_SOCKET, SO_PASSCRED, &isNamed, &length), 0);
+  EXPECT_EQ(isNamed, 1) << "who connects now and writes at once would be nobody";
+}
+
 }  // namespace
 }  // namespace wicket::contract

@@ -10,6 +10,7 @@
 #include "tests/integration/IntegrationTest.h"
 #include "tests/support/JournalSocket.h"
 #include "tests/support/Program.h"
+#include "tests/support/RawClient.h"
 #include "wire/BusNames.h"
 
 namespace wicket::integration {
@@ -27,6 +28,15 @@ TEST_F(ActivationTest, TheHelperStartsWithTheFirstConnectionOnly) {
   EXPECT_EQ(helperPid(), 0);
   const auto client = connectAndGreet();
   EXPECT_NE(helperPid(), 0);
+}
+
+TEST_F(ActivationTest, AFirstClientThatAsksWithItsHandshakeIsServed) {
+  using namespace std::string_literals;
+  support::RawClient client(wire::socketPath);
+  EXPECT_EQ(helperPid(), 0) << "all of it is written before there is a helper";
+  ASSERT_TRUE(client.send("\0AUTH EXTERNAL 30\r\nBEGIN\r\n"s +
+                          support::DBusBytes::methodCall(7, "getVersionWithCompletion_", "", "")));
+  EXPECT_TRUE(hears(client, "9417"));
 }
 
 TEST_F(ActivationTest, AHelperThatIsNoLongerTheInstalledOneAcceptsNobodyAndServesWhomItHas) {

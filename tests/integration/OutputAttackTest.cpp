@@ -22,8 +22,8 @@ class OutputAttackTest : public IntegrationTest {
     addScript("mine.sh",
               "#!/bin/bash\necho mine\necho > /run/mine.started\nwhile [ ! -e /run/go ]; do sleep 0.05; done\n");
     auto program = std::async(std::launch::async, [] {
-      return Program::run({"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", commandExecutable(), "run",
-                           "mine.sh"});
+      return Program::run(
+          {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", commandExecutable(), "run", "mine.sh"});
     });
     EXPECT_TRUE(eventually([] { return std::filesystem::exists("/run/mine.started"); }));
     return program;

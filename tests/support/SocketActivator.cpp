@@ -35,7 +35,9 @@ int listeningSocket(const std::string& path) {
   path.copy(address.sun_path, sizeof address.sun_path - 1);
   ::unlink(path.c_str());
   const auto* generic = static_cast<const sockaddr*>(static_cast<const void*>(&address));
-  if (::bind(descriptor, generic, sizeof address) != 0 || ::chmod(path.c_str(), 0660) != 0 ||
+  const int yes = 1;  // as the socket unit says
+  if (::setsockopt(descriptor, SOL_SOCKET, SO_PASSCRED, &yes, sizeof yes) != 0 ||
+      ::bind(descriptor, generic, sizeof address) != 0 || ::chmod(path.c_str(), 0660) != 0 ||
       ::listen(descriptor, SOMAXCONN) != 0) {
     std::perror(path.c_str());
     std::abort();

@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 the Wicket helper authors
 """A program that is not the companion: connects to the helper's socket, asks for the version, says what it got.
 
-Usage: intruder.py once | intruder.py flood COUNT
+Usage: intruder.py once | intruder.py flood COUNT | intruder.py call >FILE
 
 It waits for the helper for as long as it takes.
 """
@@ -34,11 +34,15 @@ def version_call():
     return b"l\1\0\1" + struct.pack("<III", 0, 1, length) + fields
 
 
+def request():
+    return b"\0AUTH EXTERNAL\r\nDATA\r\nBEGIN\r\n" + version_call()
+
+
 def ask():
     client = connected()
     received = b""
     try:
-        client.sendall(b"\0AUTH EXTERNAL\r\nDATA\r\nBEGIN\r\n" + version_call())
+        client.sendall(request())
         while True:
             data = client.recv(4096)
             if not data:
@@ -56,6 +60,8 @@ def main():
             print(f"no connection: {error.strerror}")
             return
         print(f"{end}, {'answered' if b'9417' in received else 'not answered'}")
+    elif sys.argv[1:] == ["call"]:
+        sys.stdout.buffer.write(request())
     else:
         for _ in range(int(sys.argv[2])):
             try:

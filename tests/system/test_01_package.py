@@ -34,6 +34,10 @@ def test_only_root_and_the_group_may_connect_to_the_socket(machine):
     assert owner_and_mode(machine, SOCKET_PATH) == "root:_wicket 660"
 
 
+def test_what_is_written_before_the_helper_runs_carries_its_senders_name(machine):
+    assert show(machine, SOCKET, "PassCredentials") == "yes"
+
+
 def test_the_helper_can_be_changed_by_root_alone(machine):
     assert owner_and_mode(machine, EXECUTABLE) == "root:root 755"
 

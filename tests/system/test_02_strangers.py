@@ -5,13 +5,20 @@
 from pathlib import Path
 
 import pytest
-from helper import helper_process, is_listening, own_entries, starts
+from helper import VERSION, helper_process, is_listening, own_entries, starts
 
 
 @pytest.fixture(autouse=True, scope="module")
 def intruder(long_run):
+    """With what it takes to be the companion, but for its file."""
     program = Path(__file__).with_name("intruder.py").read_text()
     long_run.machine.write("/usr/local/bin/intruder", program, mode=0o755)
+
+
+@pytest.fixture(autouse=True, scope="module")
+def preloaded(long_run, intruder, pytestconfig):  # pylint: disable=unused-argument  # it writes the call
+    long_run.machine.copy_in(Path(pytestconfig.getoption("--preloaded")), "/usr/local/lib/preloaded.so")
+    long_run.machine.shell("intruder call >/var/tmp/call")
 
 
 @pytest.fixture
@@ -33,6 +40,27 @@ def test_the_program_of_a_stranger_does_not_reach_the_helper(stranger):
 
 def test_the_program_of_a_member_of_the_group_is_cut_unanswered(member):
     assert member.run("sg _wicket -c 'python3 /usr/local/bin/intruder once'").text == "cut, not answered\n"
+
+
+@pytest.mark.parametrize("by", ["", "sg _wicket -c "], ids=["supplementary group", "sg"])
+def test_the_command_of_a_member_is_refused_and_the_doctor_names_it(member, by):
+    result = member.run(by + ("'wicket version'" if by else "wicket version"))
+    assert result.status == 125
+    assert VERSION not in result.text
+    report = member.run(by + ("'wicket doctor'" if by else "wicket doctor"))
+    assert report.status == 1
+    assert "This user has the group _wicket himself" in report.text
+
+
+def test_a_library_in_the_command_of_a_member_is_cut_unanswered(member):
+    preloaded = "LD_PRELOAD=/usr/local/lib/preloaded.so WICKET_CALL=/var/tmp/call wicket version"
+    result = member.run(f"sg _wicket -c '{preloaded}'")
+    assert result.lines[0] == "library: cut, not answered"
+    assert result.status == 125
+    # Without the real group it is not even loaded.
+    result = member.run(preloaded)
+    assert "library:" not in result.text
+    assert result.status == 125
 
 
 def test_a_copy_of_the_command_is_refused_like_any_other_program(stranger):

@@ -40,4 +40,27 @@ def test_the_doctor_names_the_first_thing_to_do(unbooted):
 
 def test_purging_succeeds_too(unbooted, packages):
     apt(unbooted, "purge", *names(packages))
-    assert unbooted.run("getent", "group", "wicket", check=False).returncode == 2
+    assert unbooted.run("getent", "group", "_wicket", check=False).returncode == 2
+
+
+@pytest.mark.parametrize("made, mended, complaint", [
+    ("groupadd --gid=1234 _wicket", "groupmod --new-name=other _wicket && groupdel other", "none of the system's"),
+    ("groupadd --system _wicket && gpasswd --add bob _wicket", "gpasswd --delete bob _wicket", "has members (bob)"),
+    ("groupadd --system _wicket && useradd --gid=_wicket eve", "userdel eve && groupdel -f _wicket || true",
+     "is the own group of eve"),
+], ids=["no group of the system's", "members", "own group"])
+def test_a_group_that_somebody_may_have_is_not_taken(unbooted, packages, made, mended, complaint):
+    """Whoever has it would be let in as the companion."""
+    unbooted.shell(made)
+    paths = [f"/root/{package.name}" for package in packages]
+    result = unbooted.run("apt-get", "--yes", "--no-install-recommends", "install", *paths, check=False)
+    assert result.returncode != 0
+    said = result.stdout + result.stderr
+    assert complaint in said
+    assert "then: dpkg --configure wicket-helper" in said
+    assert unbooted.output("stat", "--format=%G %a", "/usr/bin/wicket") == "root 755"
+    unbooted.shell(mended)
+    unbooted.run("dpkg", "--configure", "wicket-helper")
+    assert unbooted.output("stat", "--format=%G %a", "/usr/bin/wicket") == "_wicket 2755"
+    apt(unbooted, "purge", *names(packages))
+    assert unbooted.run("getent", "group", "_wicket", check=False).returncode == 2

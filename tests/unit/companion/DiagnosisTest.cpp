@@ -103,6 +103,8 @@ const std::vector<Disorder> disorders{
      "user namespace of its own", "outside of the container"},
     {"AnotherProcessGroup", [](SystemFacts& f) { f.process.startedWithGroup = 1000; }, "process-group", "group 1000",
      "run the command again"},
+    {"StaleHelper", [](SystemFacts& f) { f.helperIsStale = true; }, "helper-running", "not the installed one",
+     "systemctl stop"},
     {"GroupOfUsers",
      [](SystemFacts& f) { f.group = f.socket.group = f.program.file.group = f.process.startedWithGroup = 1001; },
      "group", "has the number 1001", "groupmod --new-name OTHER wicket"},

@@ -26,9 +26,7 @@ TEST(TerminalTextTest, ColoursStayAsTheyAre) {
   }
 }
 
-TEST(TerminalTextTest, AColourThatComesInPiecesIsOne) {
-  EXPECT_EQ(shown({"a\x1B", "[3", "1", "mb"}), "a\x1B[31mb");
-}
+TEST(TerminalTextTest, AColourThatComesInPiecesIsOne) { EXPECT_EQ(shown({"a\x1B", "[3", "1", "mb"}), "a\x1B[31mb"); }
 
 struct Control {
   const char* sent;
@@ -46,16 +44,16 @@ TEST_P(ControlCharacterTest, IsVisibleAndWithoutEffect) {
   EXPECT_EQ(shown(bytes), GetParam().shown);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, ControlCharacterTest,
-    testing::Values(Control{"\x1B[2J", "\\x1B[2J"},                    // clears the screen
-                    Control{"\x1B[6n", "\\x1B[6n"},                    // has the terminal type an answer
-                    Control{"\x1B]0;root#\x07", "\\x1B]0;root#\\x07"},  // renames the window
-                    Control{"\x1B[31", "\\x1B[31"},                    // never ends
-                    Control{"\x1B\x1B[31m", "\\x1B\x1B[31m"},          // does
-                    Control{"\r", "\\x0D"}, Control{"\b\x7F", "\\x08\\x7F"}, Control{"\xC2\x9B"
-                                                                                    "2J",
-                                                                                    "\\xC2\\x9B2J"}));
+INSTANTIATE_TEST_SUITE_P(All, ControlCharacterTest,
+                         testing::Values(Control{"\x1B[2J", "\\x1B[2J"},  // clears the screen
+                                         Control{"\x1B[6n", "\\x1B[6n"},  // has the terminal type an answer
+                                         Control{"\x1B]0;root#\x07", "\\x1B]0;root#\\x07"},  // renames the window
+                                         Control{"\x1B[31", "\\x1B[31"},                     // never ends
+                                         Control{"\x1B\x1B[31m", "\\x1B\x1B[31m"},           // does
+                                         Control{"\r", "\\x0D"}, Control{"\b\x7F", "\\x08\\x7F"},
+                                         Control{"\xC2\x9B"
+                                                 "2J",
+                                                 "\\xC2\\x9B2J"}));
 
 TEST(TerminalTextTest, ASequenceWithoutEndIsNotKeptForEver) {
   const std::string digits(1000, '1');

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#pragma once
+
+#include <string>
+
+namespace wicket::companion::doctor {
+
+/// Whether the helper's service runs and began before the file @p executable became what it is: then it is another
+/// helper than the installed one. Goes by what /proc tells every user, and is false where /proc tells nothing.
+[[nodiscard]] bool runningHelperIsOlderThan(const std::string& executable);
+
+}  // namespace wicket::companion::doctor
