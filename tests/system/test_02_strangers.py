@@ -18,7 +18,7 @@ def intruder(long_run):
 @pytest.fixture(autouse=True, scope="module")
 def preloaded(long_run, intruder, pytestconfig):  # pylint: disable=unused-argument  # it writes the call
     long_run.machine.copy_in(Path(pytestconfig.getoption("--preloaded")), "/usr/local/lib/preloaded.so")
-    long_run.machine.shell("intruder call >/var/tmp/call")
+    long_run.machine.shell("python3 /usr/local/bin/intruder call >/var/tmp/call")
 
 
 @pytest.fixture

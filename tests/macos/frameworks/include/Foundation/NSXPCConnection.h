@@ -3,6 +3,7 @@
 #pragma once
 
 #include <Foundation/NSValues.h>
+#include <sys/types.h>
 
 #pragma clang assume_nonnull begin
 
