@@ -53,12 +53,14 @@ SignatureFacts::State stateAfter(SigningFailure failure) {
 
 enum class Door { shut, open, unclear };
 
-/// A value that is no whole number ends the helper, so it is as bad as an open door.
+/// A value that is no 64-bit integer ends the helper, so it is as bad as an open door.
 Door doorOf(const PropertyValue& value) {
   if (const auto* const truth = value.as<bool>()) return *truth ? Door::open : Door::shut;
   if (const auto* const number = value.as<std::int64_t>()) return *number == 1 ? Door::open : Door::shut;
   const auto* const real = value.as<double>();
-  if (real == nullptr || std::trunc(*real) != *real) return Door::unclear;
+  constexpr double limit = 9223372036854775808.0;
+  const bool isInteger = real != nullptr && *real >= -limit && *real < limit && std::trunc(*real) == *real;
+  if (!isInteger) return Door::unclear;
   return *real == 1.0 ? Door::open : Door::shut;
 }
 

@@ -12,6 +12,7 @@
 #include <pwd.h>
 #include <string_view>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
@@ -72,14 +73,15 @@ long statusNumber(std::string_view name) {
   return 0;
 }
 
-/// Only there every user is mapped to itself.
+/// Another one may map every user to itself as well, so the map says nothing.
 bool isInFirstUserNamespace() {
-  std::ifstream file("/proc/self/uid_map");
-  unsigned long inside = 0;
-  unsigned long outside = 0;
-  unsigned long count = 0;
-  constexpr unsigned long all = 4294967295;
-  return file >> inside >> outside >> count && inside == 0 && outside == 0 && count == all;
+  constexpr ino_t first = 0xEFFFFFFD;  // PROC_USER_INIT_INO of the kernel
+  struct stat own{};
+  struct stat systems{};
+  if (::stat("/proc/self/ns/user", &own) != 0) return false;
+  // Where the whole system runs in a namespace, only root may look at that of its first process.
+  if (::stat("/proc/1/ns/user", &systems) != 0) return own.st_ino == first;
+  return own.st_dev == systems.st_dev && own.st_ino == systems.st_ino;
 }
 
 std::vector<gid_t> ownGroups() {

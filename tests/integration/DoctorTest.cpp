@@ -99,6 +99,17 @@ TEST_F(DoctorTest, ExplainsAUserNamespace) {
   expectProblem(doctor(commandExecutable(), {"unshare", "--user"}), "user namespace", "outside of the container");
 }
 
+TEST_F(DoctorTest, ExplainsAUserNamespaceThatMapsEverybodyToHimself) {
+  WICKET_NEEDS(support::Need::userNamespace);
+  const auto program = Program::run(
+      {"bash", "-c",
+       "mkfifo /run/made /run/mapped; unshare --user bash -c 'echo > /run/made; read < /run/mapped; "
+       "exec setpriv --reuid=65534 --regid=65534 --clear-groups \"$0\" doctor' \"$0\" & read < /run/made; "
+       "for map in uid_map gid_map; do echo 0 0 4294967295 > /proc/$!/$map; done; echo > /run/mapped; wait $!",
+       commandExecutable()});
+  expectProblem(program, "user namespace", "outside of the container");
+}
+
 TEST_F(DoctorTest, ExplainsAMissingSetGroupBit) {
   const auto program = copied();
   ASSERT_EQ(::chmod(program.c_str(), 0755), 0);

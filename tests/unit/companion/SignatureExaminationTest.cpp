@@ -129,6 +129,13 @@ TEST_F(SignatureExaminationTest, EntitlementsThatAreSetOrNoNumbersAreOpenDoors) 
                           "com.apple.security.cs.allow-dyld-environment-variables (not a number)"));
 }
 
+TEST_F(SignatureExaminationTest, ANumberThatTheHelperCannotHoldEndsItAndIsAnOpenDoor) {
+  for (const double number : {1e300, -1e300, 9223372036854775808.0, 0.5}) {
+    sign(request({{"com.apple.security.get-task-allow", PropertyValue(number)}}));
+    EXPECT_THAT(examine().openDoors, ElementsAre("com.apple.security.get-task-allow (not a number)")) << number;
+  }
+}
+
 TEST_F(SignatureExaminationTest, EntitlementsThatAreNotSetOrOthersAreNone) {
   sign(request({{"com.apple.security.get-task-allow", PropertyValue(false)},
                 {"com.apple.security.cs.disable-library-validation", PropertyValue(2)},
