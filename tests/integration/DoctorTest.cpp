@@ -120,7 +120,7 @@ TEST_F(DoctorTest, ExplainsAnotherGroup) {
   const auto program = copied();
   ASSERT_EQ(::chown(program.c_str(), 0, 12345), 0);
   ASSERT_EQ(::chmod(program.c_str(), 02755), 0);
-  expectProblem(doctor(program), "belongs to group 12345", "chown root:_wicket");
+  expectProblem(doctor(program), "belongs to group 12345", "chown root:" WICKET_GROUP);
 }
 
 TEST_F(DoctorTest, ExplainsThatAUserHasTheGroupHimself) {
@@ -128,7 +128,7 @@ TEST_F(DoctorTest, ExplainsThatAUserHasTheGroupHimself) {
   for (const char* real : {"65534", group.c_str()}) {
     const auto program = Program::run({"setpriv", "--reuid=65534", std::string("--regid=") + real, "--groups=" + group,
                                        commandExecutable(), "doctor"});
-    expectProblem(program, "has the group _wicket himself", "gpasswd --delete");
+    expectProblem(program, "has the group " WICKET_GROUP " himself", "gpasswd --delete");
     EXPECT_THAT(program.output, HasSubstr("The helper refuses this program"));
   }
 }
