@@ -8,6 +8,7 @@ enum class CallError {
   connectionCut,    ///< the helper ended the connection, or refused it, before it answered
   rejected,         ///< the helper answered with an error of the transport
   invalidArgument,  ///< a text that cannot travel: not UTF-8, or with U+0000
+  timedOut,         ///< the helper did not answer within the time limit
   interrupted,      ///< the caller's cancel descriptor became readable
 };
 

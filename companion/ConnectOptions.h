@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "wire/BusNames.h"
@@ -20,6 +21,9 @@ struct ConnectOptions {
   /// What lets this process in: in effect for the call that connects, and given up for good when it returns,
   /// connected or not. Null for a process that connects as it is. Must outlive the call.
   GroupPrivilege* privilege = nullptr;
+  /// For what needs nobody's decision: to connect, and for the version. A machine that is busy starts the helper
+  /// late. What is asked of a user, and a run, take as long as they take.
+  std::chrono::milliseconds timeLimit = std::chrono::seconds(30);
 };
 
 }  // namespace wicket::companion

@@ -8,6 +8,7 @@ enum class ConnectionFailure {
   notInstalled,  ///< there is no socket
   notPermitted,  ///< the socket's mode keeps this process out
   notListening,  ///< the socket is a leftover: nobody listens
+  timedOut,      ///< nobody took the connection within the time limit
   failed,        ///< anything else
 };
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <optional>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 
 #include "companion/GroupPrivilege.h"
@@ -26,6 +27,8 @@ ConnectionError connectionError(int systemError) {
       return {ConnectionFailure::notPermitted, systemError};
     case ECONNREFUSED:
       return {ConnectionFailure::notListening, systemError};
+    case EAGAIN:
+      return {ConnectionFailure::timedOut, systemError};
     default:
       return {ConnectionFailure::failed, systemError};
   }
@@ -42,14 +45,22 @@ int connectTo(const sockaddr_un& address, const Descriptor& socket, GroupPrivile
   return 0;
 }
 
-std::expected<Descriptor, ConnectionError> connectedSocket(const std::string& path, GroupPrivilege* privilege) {
+/// As socket(7) says, connect() then ends with EAGAIN when the other side's queue has stayed full for so long.
+void limitConnecting(const Descriptor& socket, std::chrono::milliseconds time) {
+  const timeval limit{time.count() / 1000, time.count() % 1000 * 1000};
+  ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+}
+
+std::expected<Descriptor, ConnectionError> connectedSocket(const ConnectOptions& options) {
+  const std::string& path = options.socketPath;
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) return std::unexpected(connectionError(ENAMETOOLONG));
   std::memcpy(address.sun_path, path.c_str(), path.size());
   Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!socket.isOpen()) return std::unexpected(connectionError(errno));
-  const int error = connectTo(address, socket, privilege);
+  limitConnecting(socket, options.timeLimit);
+  const int error = connectTo(address, socket, options.privilege);
   if (error != 0) return std::unexpected(connectionError(error));
   return socket;
 }
@@ -83,10 +94,10 @@ std::expected<ReplyCode, CallError> codeOf(const Reply& reply) {
 }  // namespace
 
 std::expected<HelperConnection, ConnectionError> HelperConnection::connect(const ConnectOptions& options) {
-  auto socket = connectedSocket(options.socketPath, options.privilege);
+  auto socket = connectedSocket(options);
   if (options.privilege != nullptr) options.privilege->giveUp();
   if (!socket) return std::unexpected(socket.error());
-  auto bus = Bus::over(std::move(*socket), options.cancelDescriptor);
+  auto bus = Bus::over(std::move(*socket), options);
   if (!bus) return std::unexpected(bus.error());
   return HelperConnection(std::move(*bus));
 }
@@ -101,7 +112,7 @@ void HelperConnection::onLogLine(LogLineHandler handler) { bus_->setLogLineHandl
 std::expected<std::string, CallError> HelperConnection::getVersion() {
   auto request = bus_->request(helper_protocol::getVersion);
   if (!request) return std::unexpected(CallError::connectionCut);
-  const auto reply = bus_->call(std::move(request));
+  const auto reply = bus_->callWithTimeLimit(std::move(request));
   if (!reply) return std::unexpected(reply.error());
   const char* version = nullptr;
   if (sd_bus_message_read_basic(reply->message.get(), 's', &version) < 0) return std::unexpected(CallError::rejected);

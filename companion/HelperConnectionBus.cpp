@@ -37,8 +37,8 @@ int millisecondsUntil(std::uint64_t moment) {
 }  // namespace
 
 std::expected<std::unique_ptr<HelperConnection::Bus>, ConnectionError> HelperConnection::Bus::over(
-    Descriptor socket, int cancelDescriptor) {
-  std::unique_ptr<Bus> bus(new Bus(cancelDescriptor));
+    Descriptor socket, const ConnectOptions& options) {
+  std::unique_ptr<Bus> bus(new Bus(options));
   if (const int result = bus->start(std::move(socket)); result < 0) {
     return std::unexpected(ConnectionError{ConnectionFailure::failed, -result});
   }
@@ -103,6 +103,13 @@ std::expected<HelperConnection::Bus::Reply, CallError> HelperConnection::Bus::ca
   return std::unexpected(cut ? CallError::connectionCut : CallError::rejected);
 }
 
+std::expected<HelperConnection::Bus::Reply, CallError> HelperConnection::Bus::callWithTimeLimit(Message request) {
+  deadline_ = monotonicMicroseconds() + static_cast<std::uint64_t>(timeLimit_.count());
+  auto reply = call(std::move(request));
+  deadline_ = noDeadline;
+  return reply;
+}
+
 std::expected<void, CallError> HelperConnection::Bus::sendOneWay(Message request) {
   const bool sent = sd_bus_message_set_expect_reply(request.get(), 0) >= 0 &&
                     sd_bus_send(bus_, request.get(), nullptr) >= 0 && sd_bus_flush(bus_) >= 0;
@@ -124,7 +131,8 @@ std::expected<void, CallError> HelperConnection::Bus::step() {
   if (result > 0 && cancelDescriptor_ < 0) return {};
   pollfd cancel{cancelDescriptor_, POLLIN, 0};
   if (::poll(&cancel, 1, 0) > 0) return std::unexpected(CallError::interrupted);
-  return result > 0 ? std::expected<void, CallError>() : wait();
+  if (result > 0) return {};
+  return monotonicMicroseconds() < deadline_ ? wait() : std::unexpected(CallError::timedOut);
 }
 
 std::expected<void, CallError> HelperConnection::Bus::wait() {
@@ -136,7 +144,7 @@ std::expected<void, CallError> HelperConnection::Bus::wait() {
   }
   std::array<pollfd, 2> watched{pollfd{descriptor, static_cast<short>(events), 0},
                                 pollfd{cancelDescriptor_, POLLIN, 0}};
-  if (::poll(watched.data(), watched.size(), millisecondsUntil(deadline)) < 0 && errno != EINTR) {
+  if (::poll(watched.data(), watched.size(), millisecondsUntil(std::min(deadline, deadline_))) < 0 && errno != EINTR) {
     return std::unexpected(CallError::connectionCut);
   }
   return {};

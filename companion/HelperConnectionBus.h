@@ -2,8 +2,10 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -31,7 +33,7 @@ class HelperConnection::Bus {
   };
 
   [[nodiscard]] static std::expected<std::unique_ptr<Bus>, ConnectionError> over(Descriptor socket,
-                                                                                 int cancelDescriptor);
+                                                                                 const ConnectOptions& options);
 
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
@@ -41,11 +43,16 @@ class HelperConnection::Bus {
   /// Null when there is no memory for it.
   [[nodiscard]] Message request(const Selector& selector);
   [[nodiscard]] std::expected<Reply, CallError> call(Message request);
+  /// The same for what needs nobody's decision, with ConnectOptions::timeLimit.
+  [[nodiscard]] std::expected<Reply, CallError> callWithTimeLimit(Message request);
   [[nodiscard]] std::expected<void, CallError> sendOneWay(Message request);
   [[nodiscard]] std::expected<ReplyCode, CallError> laterReport(std::uint32_t serial);
 
  private:
-  explicit Bus(int cancelDescriptor) : cancelDescriptor_(cancelDescriptor) {}
+  static constexpr std::uint64_t noDeadline = std::numeric_limits<std::uint64_t>::max();
+
+  explicit Bus(const ConnectOptions& options)
+      : cancelDescriptor_(options.cancelDescriptor), timeLimit_(options.timeLimit) {}
 
   [[nodiscard]] int start(Descriptor socket);
   [[nodiscard]] int exportLogObject();
@@ -60,6 +67,9 @@ class HelperConnection::Bus {
 
   sd_bus* bus_ = nullptr;
   int cancelDescriptor_;
+  std::chrono::microseconds timeLimit_;
+  /// When the call that is under way has to have its answer, in microseconds of CLOCK_MONOTONIC.
+  std::uint64_t deadline_ = noDeadline;
   LogLineHandler logLineHandler_;
   std::deque<std::string> logLines_;
   Message reply_;

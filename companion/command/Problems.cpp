@@ -8,6 +8,9 @@ namespace wicket::companion::command {
 
 namespace {
 
+constexpr char busyHelper[] =
+    "See what it does with: systemctl status net.orvane.Wicket.TlvPrivilegedHelper.service. Then try again";
+
 Problem interactionImpossible(std::optional<PolkitTextAgent::Absence> absence) {
   constexpr char start[] = "Nothing was installed, because nobody could be asked for a password (code 156): ";
   using enum PolkitTextAgent::Absence;
@@ -38,6 +41,8 @@ Problem problemWith(const ConnectionError& error, const std::string& socketPath)
     case ConnectionFailure::notListening:
       return {"Nobody listens at the helper's socket " + socketPath,
               "Restart net.orvane.Wicket.TlvPrivilegedHelper.socket with systemctl"};
+    case ConnectionFailure::timedOut:
+      return {"The helper at " + socketPath + " takes no connections", busyHelper};
     case ConnectionFailure::failed:
       break;
   }
@@ -53,6 +58,8 @@ Problem problemWith(CallError error) {
       return {"The helper did not understand the request", "Install the same version of wicket and of its helper"};
     case CallError::invalidArgument:
       return {"The request holds a text that cannot be sent", "Use a name or path of plain letters"};
+    case CallError::timedOut:
+      return {"The helper does not answer", busyHelper};
     case CallError::interrupted:
       break;
   }

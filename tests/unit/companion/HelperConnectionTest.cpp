@@ -6,6 +6,8 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
+#include <vector>
 
 #include "companion/AuthorizationRequest.h"
 #include "companion/HelperConnection.h"
@@ -26,6 +28,59 @@ HelperConnection connectTo(const FakeHelper& helper, int cancelDescriptor = -1) 
 TEST(HelperConnectionTest, TheVersionIsTheHelpersText) {
   const FakeHelper helper({});
   EXPECT_EQ(connectTo(helper).getVersion(), "9417");
+}
+
+/// A socket at which somebody listens and nobody ever looks.
+class SilentSocket {
+ public:
+  explicit SilentSocket(int backlog) {
+    address_.sun_family = AF_UNIX;
+    path_.copy(address_.sun_path, sizeof address_.sun_path - 1);
+    std::filesystem::remove(path_);
+    if (::bind(listening_.get(), generic(), sizeof address_) != 0 || ::listen(listening_.get(), backlog) != 0) {
+      throw std::runtime_error(path_);
+    }
+  }
+  SilentSocket(const SilentSocket&) = delete;
+  SilentSocket& operator=(const SilentSocket&) = delete;
+  ~SilentSocket() { std::filesystem::remove(path_); }
+
+  /// So many clients wait there that no more can.
+  void fill() {
+    for (;;) {
+      Descriptor waiting(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+      if (::connect(waiting.get(), generic(), sizeof address_) != 0) return;
+      waiting_.push_back(std::move(waiting));
+    }
+  }
+  [[nodiscard]] ConnectOptions options() const {
+    return {.socketPath = path_, .timeLimit = std::chrono::milliseconds(50)};
+  }
+
+ private:
+  [[nodiscard]] const sockaddr* generic() const { return reinterpret_cast<const sockaddr*>(&address_); }
+
+  const std::string path_ = "/tmp/wicket-silent-" + std::to_string(::getpid());
+  sockaddr_un address_{};
+  const Descriptor listening_{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  std::vector<Descriptor> waiting_;
+};
+
+TEST(HelperConnectionTest, AHelperThatIsSilentDoesNotHoldUpWhoAsksForItsVersion) {
+  const SilentSocket silent(8);
+  auto connection = HelperConnection::connect(silent.options());
+  ASSERT_TRUE(connection);
+  const auto version = connection->getVersion();
+  ASSERT_FALSE(version);
+  EXPECT_EQ(version.error(), CallError::timedOut);
+}
+
+TEST(HelperConnectionTest, AHelperThatTakesNobodyDoesNotHoldUpWhoConnects) {
+  SilentSocket silent(0);
+  silent.fill();
+  const auto connection = HelperConnection::connect(silent.options());
+  ASSERT_FALSE(connection);
+  EXPECT_EQ(connection.error().failure, ConnectionFailure::timedOut);
 }
 
 TEST(HelperConnectionTest, EveryOperationReachesTheHelperUnderItsMemberNameWithItsArguments) {
