@@ -49,31 +49,29 @@ std::expected<NewEntry, FileError> findPlace(const std::string& destination) {
   return entry;
 }
 
-/// A new file in a folder of its own, which only its owner can enter; both go away again, but for the file if it
-/// was given its final name. Should this process be killed, half a file stays in that folder and nowhere beside
-/// the whole ones: nobody who knows no more than names in the outer folder gets at it.
+/// A new file that goes away again unless it is given its final name. It has none until then, so that nobody can get
+/// at it and nothing is left should this process be killed. Where the system has no such files it is in a folder of its
+/// own, which only its owner can enter: then half a file may stay in there, and nowhere beside the whole ones.
 class TemporaryFile {
  public:
   explicit TemporaryFile(int place) : place_(place) {}
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
-    if (descriptor_.isOpen() && !renamed_) ::unlinkat(folder_.get(), fileName, 0);
+    if (folder_.isOpen() && descriptor_.isOpen() && !renamed_) ::unlinkat(folder_.get(), fileName, 0);
     if (folder_.isOpen()) ::unlinkat(place_, folderName_.c_str(), AT_REMOVEDIR);
   }
 
   [[nodiscard]] Result create() {
-    if (auto result = createFolder(); !result) return result;
-    folder_ = Descriptor(::openat(place_, folderName_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!folder_.isOpen()) return lastErrorWithoutFolder();
-    descriptor_ = Descriptor(
-        ::openat(folder_.get(), fileName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!descriptor_.isOpen()) return lastError();
-    return {};
+    descriptor_ = Descriptor(openUnnamedFile(place_));
+    if (descriptor_.isOpen()) return {};
+    return errno == ENOTSUP || errno == EOPNOTSUPP ? createInFolder() : lastError();
   }
 
-  [[nodiscard]] Result renameTo(const std::string& name) {
-    const int error = renameWithoutReplacing({folder_.get(), fileName}, {place_, name.c_str()});
+  [[nodiscard]] Result nameIt(const std::string& name) {
+    const Place place{place_, name.c_str()};
+    const int error = folder_.isOpen() ? renameWithoutReplacing({folder_.get(), fileName}, place)
+                                       : giveName(descriptor_.get(), place);
     if (error != 0) return std::unexpected(FileError{error});
     renamed_ = true;
     return {};
@@ -83,6 +81,16 @@ class TemporaryFile {
 
  private:
   static constexpr char fileName[] = "copy";
+
+  [[nodiscard]] Result createInFolder() {
+    if (auto result = createFolder(); !result) return result;
+    folder_ = Descriptor(::openat(place_, folderName_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!folder_.isOpen()) return lastErrorWithoutFolder();
+    descriptor_ = Descriptor(
+        ::openat(folder_.get(), fileName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!descriptor_.isOpen()) return lastError();
+    return {};
+  }
 
   [[nodiscard]] Result createFolder() {
     constexpr int attempts = 100;
@@ -158,7 +166,7 @@ FileManager::Result copyFile(const std::string& source, const std::string& desti
   if (auto result = copyContent(file->descriptor.get(), copy.descriptor()); !result) return result;
   if (::fchmod(copy.descriptor(), file->status.st_mode & copiedPermissions) != 0) return lastError();
   if (auto result = sync(copy.descriptor()); !result) return result;
-  if (auto result = copy.renameTo(entry->name); !result) return result;
+  if (auto result = copy.nameIt(entry->name); !result) return result;
   if (auto result = sync(entry->folder.get()); !result) {
     ::unlinkat(entry->folder.get(), entry->name.c_str(), 0);
     return result;

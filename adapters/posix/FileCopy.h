@@ -8,8 +8,9 @@
 
 namespace wicket::posix {
 
-/// FileManager::copyItem: written in a temporary folder beside the destination, synced, and given its name only
-/// when complete. After a failure nothing of it is left; if this process is killed, no more than that folder.
+/// FileManager::copyItem: written without a name in the destination's folder, synced, and given its name only when
+/// complete. After a failure nothing of it is left. On a system or file system without files that have no name it is
+/// written in a temporary folder there, and if this process is killed, that is left.
 [[nodiscard]] FileManager::Result copyFile(const std::string& source, const std::string& destination);
 
 }  // namespace wicket::posix

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <stdio.h>
+#include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace wicket::posix {
@@ -48,6 +50,13 @@ int renameWithoutReplacing(Place from, Place to) {
   return isUnsupported(errno) ? linkThenUnlink(from, to) : errno;
 }
 
+int openUnnamedFile(int) {
+  errno = ENOTSUP;
+  return -1;
+}
+
+int giveName(int, Place) { return ENOTSUP; }
+
 int syncToDisk(int file) {
   // fsync leaves the data in the disk's own cache. File systems of other makers may know only that.
   if (::fcntl(file, F_FULLFSYNC) == 0) return 0;
@@ -65,6 +74,21 @@ int closeOtherDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t
 int renameWithoutReplacing(Place from, Place to) {
   if (::renameat2(from.folder, from.name, to.folder, to.name, RENAME_NOREPLACE) == 0) return 0;
   return isUnsupported(errno) ? linkThenUnlink(from, to) : errno;
+}
+
+int openUnnamedFile(int folder) {
+  const int file = ::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  // What a file system or a kernel without such files says.
+  if (file < 0 && (errno == EISDIR || errno == ENOENT || errno == EINVAL)) errno = ENOTSUP;
+  return file;
+}
+
+int giveName(int file, Place to) {
+  // By the descriptor alone: on older kernels that takes a capability, and without it the file seems not to be there.
+  if (::linkat(file, "", to.folder, to.name, AT_EMPTY_PATH) == 0) return 0;
+  if (errno != ENOENT) return errno;
+  const std::string own = "/proc/self/fd/" + std::to_string(file);
+  return ::linkat(AT_FDCWD, own.c_str(), to.folder, to.name, AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
 }
 
 int syncToDisk(int file) { return syncToDevice(file); }

@@ -1,18 +1,27 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <string>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <thread>
@@ -75,33 +84,77 @@ TEST_F(FileManagerContractPosix, WithOwnerWriteTheModeIsSetBeforeTheOwnerAndOthe
   EXPECT_EQ(world_.attributes(world_.at("read only"))->permissions, 0600U);
 }
 
-/// A process that copies and that the kernel kills when it has copied so many bytes.
-pid_t startCopyingUpTo(off_t bytes, FileManager& files, const std::string& source, const std::string& destination) {
+/// A process that prepares itself, copies, and is killed by the kernel when it has copied so many bytes.
+pid_t startCopyingUpTo(off_t bytes, FileManager& files, const std::string& source, const std::string& destination,
+                       const std::function<bool()>& prepare) {
   const pid_t process = ::fork();
   if (process != 0) return process;
   constexpr rlimit noDump{0, 0};
   const rlimit most{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
-  if (::setrlimit(RLIMIT_CORE, &noDump) != 0 || ::setrlimit(RLIMIT_FSIZE, &most) != 0) ::_exit(1);
+  if (::setrlimit(RLIMIT_CORE, &noDump) != 0 || ::setrlimit(RLIMIT_FSIZE, &most) != 0 || !prepare()) ::_exit(1);
   static_cast<void>(files.copyItem(source, destination));
   ::_exit(0);
 }
 
-TEST_F(FileManagerContractPosix, ACopyThatIsKilledLeavesNoHalfFileThatANameInTheFolderReaches) {
-  const std::string source = world_.at("source");
-  world_.addFile(source, "");
-  constexpr off_t size = off_t{8} * 1024 * 1024;
-  ASSERT_EQ(::truncate(source.c_str(), size), 0);
+/// For this process and its children: a file system without files that have no name.
+bool forgetUnnamedFiles() {
+  constexpr std::uint32_t unnamed = O_TMPFILE & ~O_DIRECTORY;
+  std::array filter{
+      sock_filter(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))),
+      sock_filter(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3)),
+      sock_filter(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2]))),
+      sock_filter(BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, unnamed, 0, 1)),
+      sock_filter(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP)),
+      sock_filter(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)),
+  };
+  const sock_fprog program{filter.size(), filter.data()};
+  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+class KilledCopyTest : public FileManagerContractPosix {
+ protected:
+  /// What stands in the folder when a copy into it was killed half way.
+  std::vector<std::string> leftBehind(const std::function<bool()>& prepare) {
+    const std::string source = world_.at("source");
+    world_.addFile(source, "");
+    constexpr off_t size = off_t{8} * 1024 * 1024;
+    EXPECT_EQ(::truncate(source.c_str(), size), 0);
+    world_.addDirectory(folder());
+    const pid_t process = startCopyingUpTo(size / 2, files_, source, folder() + "/copy", prepare);
+    int status = 0;
+    EXPECT_EQ(::waitpid(process, &status, 0), process);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGXFSZ) << status;
+    return world_.entries(folder());
+  }
+  [[nodiscard]] std::string folder() { return world_.at("folder"); }
+};
+
+TEST_F(KilledCopyTest, LeavesNothing) {
+  EXPECT_THAT(leftBehind([] { return true; }), testing::IsEmpty());
+}
+
+TEST_F(KilledCopyTest, LeavesNoHalfFileThatANameInTheFolderReachesWhereFilesMustHaveNames) {
+  const auto names = leftBehind(forgetUnnamedFiles);
+  ASSERT_EQ(names.size(), 1U);
+  EXPECT_EQ(world_.kind(folder() + "/" + names.front()), ItemKind::directory);
+  EXPECT_EQ(world_.attributes(folder() + "/" + names.front())->permissions, 0700U);
+}
+
+TEST_F(FileManagerContractPosix, WhereFilesMustHaveNamesACopyIsCompleteOrNothing) {
+  world_.addFile(world_.at("source"), "content");
   world_.addDirectory(world_.at("folder"));
-  const pid_t process = startCopyingUpTo(size / 2, files_, source, world_.at("folder") + "/copy");
-  ASSERT_GT(process, 0);
+  const pid_t process = ::fork();
+  if (process == 0) {
+    const bool isReady = forgetUnnamedFiles();
+    const bool isCopied = files_.copyItem(world_.at("source"), world_.at("folder") + "/copy").has_value();
+    const bool isTaken = errorOf(files_.copyItem(world_.at("source"), world_.at("folder") + "/copy")) == EEXIST;
+    ::_exit(isReady && isCopied && isTaken ? 0 : 1);
+  }
   int status = 0;
   ASSERT_EQ(::waitpid(process, &status, 0), process);
-  ASSERT_TRUE(WIFSIGNALED(status));
-  ASSERT_EQ(WTERMSIG(status), SIGXFSZ);
-  for (const std::string& name : world_.entries(world_.at("folder"))) {
-    EXPECT_EQ(world_.kind(world_.at("folder") + "/" + name), ItemKind::directory) << name;
-    EXPECT_EQ(world_.attributes(world_.at("folder") + "/" + name)->permissions, 0700U) << name;
-  }
+  EXPECT_EQ(status, 0);
+  EXPECT_THAT(world_.entries(world_.at("folder")), testing::ElementsAre("copy"));
+  EXPECT_EQ(world_.content(world_.at("folder") + "/copy"), "content");
 }
 
 TEST_F(FileManagerContractPosix, AttributesIncludeOwnerAndGroup) {
