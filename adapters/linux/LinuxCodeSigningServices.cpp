@@ -51,13 +51,14 @@ class LinuxRequirement final : public Requirement {
 
 }  // namespace
 
-LinuxCodeSigningServices::LinuxCodeSigningServices(std::optional<gid_t> group, codesign::Certificate anchor)
-    : group_(group), roots_{anchor.sha256()}, files_(std::move(anchor)) {}
+LinuxCodeSigningServices::LinuxCodeSigningServices(CompanionGroup group, codesign::Certificate anchor)
+    : group_(std::move(group)), roots_{anchor.sha256()}, files_(std::move(anchor)) {}
 
 std::expected<std::shared_ptr<Code>, CodeSigningStatus> LinuxCodeSigningServices::copyGuestWithAttributes(
     const AuditTokenData& token) {
-  if (!group_ || !self_.isInstalled()) return std::unexpected(code_signing_status::noSuchCode);
-  return LinuxCode::ofToken(token, *group_);
+  const auto group = group_.number();
+  if (!group || !self_.isInstalled()) return std::unexpected(code_signing_status::noSuchCode);
+  return LinuxCode::ofToken(token, *group);
 }
 
 std::shared_ptr<StaticCode> LinuxCodeSigningServices::copyStaticCode(Code& code) {

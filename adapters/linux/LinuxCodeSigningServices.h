@@ -2,10 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include <optional>
 #include <set>
-#include <sys/types.h>
 
+#include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/OwnExecutable.h"
 #include "adapters/linux/SignedFiles.h"
 #include "codesign/RequirementExpression.h"
@@ -19,9 +18,9 @@ namespace wicket::linux_adapter {
 /// trust another anchor.
 class LinuxCodeSigningServices final : public CodeSigningServices {
  public:
-  /// @p group is that of the companion's executable; without it no process is any code. @p anchor is
-  /// the one certificate that every signature must lead to.
-  LinuxCodeSigningServices(std::optional<gid_t> group, codesign::Certificate anchor);
+  /// @p group is that of the companion's executable; as long as it is not found no process is any code.
+  /// @p anchor is the one certificate that every signature must lead to.
+  LinuxCodeSigningServices(CompanionGroup group, codesign::Certificate anchor);
 
   [[nodiscard]] std::expected<std::shared_ptr<Code>, CodeSigningStatus> copyGuestWithAttributes(
       const AuditTokenData& token) override;
@@ -39,7 +38,7 @@ class LinuxCodeSigningServices final : public CodeSigningServices {
                            const codesign::RequirementExpression& requirement) const;
 
   const OwnExecutable self_;
-  const std::optional<gid_t> group_;
+  CompanionGroup group_;
   /// What "anchor apple generic" asks for: here it is the anchor of this build.
   const std::set<codesign::Sha256Digest> roots_;
   SignedFiles files_;

@@ -29,11 +29,10 @@ void say(const std::string& line) { std::cerr << "net.orvane.Wicket.TlvPrivilege
   std::exit(EXIT_FAILURE);
 }
 
-/// Looked up once, so that a client cannot make a lookup slow.
-std::optional<gid_t> companionGroup() {
+CompanionGroup companionGroup() {
   const std::string name(resources::BuildValues::companionGroup());
-  const auto group = groupNamed(name);
-  if (!group) say("there is no group \"" + name + "\", so every client is refused.");
+  CompanionGroup group([name] { return groupNamed(name); });
+  if (!group.number()) say("there is no group \"" + name + "\", so every client is refused until there is one.");
   return group;
 }
 
@@ -56,8 +55,8 @@ LinuxPlatform* makePlatform() {
 
 }  // namespace
 
-LinuxPlatform::LinuxPlatform(Descriptor listening, std::optional<gid_t> group, codesign::Certificate anchor)
-    : listening_(std::move(listening)), codeSigningServices_(group, std::move(anchor)) {}
+LinuxPlatform::LinuxPlatform(Descriptor listening, CompanionGroup group, codesign::Certificate anchor)
+    : listening_(std::move(listening)), codeSigningServices_(std::move(group), std::move(anchor)) {}
 
 std::unique_ptr<Listener> LinuxPlatform::makeListener(std::string_view /*machServiceName*/) {
   // The name is in the socket's path: the service manager has chosen the socket by it.

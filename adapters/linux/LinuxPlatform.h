@@ -3,10 +3,9 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string_view>
-#include <sys/types.h>
 
+#include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/EmbeddedBundleInformation.h"
 #include "adapters/linux/JournalLog.h"
 #include "adapters/linux/LinuxCodeSigningServices.h"
@@ -25,7 +24,7 @@ class LinuxPlatform final : public Platform {
  public:
   /// @p listening is the socket on which the service manager listens for the one service. @p group and
   /// @p anchor tell who may be a client.
-  LinuxPlatform(Descriptor listening, std::optional<gid_t> group, codesign::Certificate anchor);
+  LinuxPlatform(Descriptor listening, CompanionGroup group, codesign::Certificate anchor);
 
   MainQueue& mainQueue() override { return mainQueue_; }
   UnifiedLog& unifiedLog() override { return unifiedLog_; }

@@ -258,7 +258,8 @@ TEST_F(CodeSigningServicesContractLinux, WithoutTheGroupOrWithAnotherNobodyIsCod
     const auto client = companion.connect();
     const auto anchor = codesign::Certificate::retaining(companion.chain().root.x509());
     for (const std::optional<gid_t> group : {std::optional<gid_t>(), std::optional<gid_t>(64998)}) {
-      linux_adapter::LinuxCodeSigningServices services(group, anchor);
+      linux_adapter::LinuxCodeSigningServices services(linux_adapter::CompanionGroup([group] { return group; }),
+                                                       anchor);
       EXPECT_EQ(services.copyGuestWithAttributes(client.token).error(), code_signing_status::noSuchCode);
     }
   });
@@ -402,6 +403,16 @@ TEST_F(CodeSigningServicesContractLinux, ARequirementThatIsNotMetIsToldApart) {
     EXPECT_EQ(check("identifier \"net.orvane\""), code_signing_status::requirementFailed);
     EXPECT_EQ(check("anchor apple generic and identifier \"net.orvane.Wicket\""), code_signing_status::success);
   });
+}
+
+TEST(CompanionGroupTest, AGroupThatCouldNotBeReadIsLookedUpUntilItIsFoundAndThenNoMore) {
+  int lookups = 0;
+  linux_adapter::CompanionGroup group([&lookups] { return ++lookups < 3 ? std::nullopt : std::optional<gid_t>(871); });
+  EXPECT_EQ(lookups, 1);
+  EXPECT_EQ(group.number(), std::nullopt);
+  EXPECT_EQ(group.number(), 871U);
+  EXPECT_EQ(group.number(), 871U);
+  EXPECT_EQ(lookups, 3);
 }
 
 }  // namespace

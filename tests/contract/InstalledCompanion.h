@@ -146,7 +146,8 @@ class InstalledCompanion {
   const std::string folder_;
   const Descriptor listening_;
   const support::TestChain chain_ = chainNamed(std::string(SigningCertificate::commonName()));
-  linux_adapter::LinuxCodeSigningServices services_{group, codesign::Certificate::retaining(chain_.root.x509())};
+  linux_adapter::LinuxCodeSigningServices services_{linux_adapter::CompanionGroup([] { return std::optional(group); }),
+                                                    codesign::Certificate::retaining(chain_.root.x509())};
 };
 
 /// Runs @p body with an installed companion that nobody else sees. False where the system does not allow
