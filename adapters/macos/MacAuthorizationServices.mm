@@ -6,6 +6,9 @@
 #import <Security/Security.h>
 #include <algorithm>
 #include <array>
+#include <deque>
+#include <memory>
+#include <mutex>
 
 #include "adapters/macos/Text.h"
 
@@ -23,8 +26,11 @@ class MacAuthorization final : public AuthorizationReference {
 
 /// The form at the start of a new buffer, which is never released: the framework may go on using what it was given.
 const ::AuthorizationExternalForm* retained(const AuthorizationExternalForm& form) {
-  constexpr std::size_t length = 32768;
-  auto* const buffer = new std::array<std::byte, length>();
+  using Buffer = std::array<std::byte, 32768>;
+  static auto& mutex = *new std::mutex;  // never destroyed: threads may outlive main
+  static auto& buffers = *new std::deque<std::unique_ptr<Buffer>>;
+  const std::lock_guard lock(mutex);
+  const auto& buffer = buffers.emplace_back(std::make_unique<Buffer>());
   std::ranges::copy(form, buffer->begin());
   return reinterpret_cast<const ::AuthorizationExternalForm*>(buffer->data());
 }

@@ -26,6 +26,7 @@ def pytest_addoption(parser):
     group.addoption("--tree", help="the folder of its tree, which stays as it is")
     group.addoption("--run", help="the number of this run")
     group.addoption("--packages", help="the folder of the packages under test")
+    group.addoption("--identity", help="the development identity that signed them")
     group.addoption("--plain", help="the folder of an installation without packages")
     group.addoption("--preloaded", help="a library for LD_PRELOAD that asks the helper by itself")
     group.addoption("--older-kernel", help="the program that makes the kernel look older to another one")

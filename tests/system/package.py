@@ -26,14 +26,20 @@ def install(machine, packages):
     return apt(machine, "install", *[f"/root/{package.name}" for package in packages])
 
 
-def newer(package, folder):
-    """The same package under a higher version, with all packages of this version depending on each other."""
-    tree = folder / package.stem
+def rebuilt(package, folder, suffix, change=None):
+    """The same package under another version, with all packages of this version depending on each other."""
+    tree = folder / (package.stem + suffix)
     subprocess.run(["dpkg-deb", "--raw-extract", package, tree], check=True)
     control = tree / "DEBIAN/control"
     version = re.search(r"^Version: (.*)$", control.read_text(), re.MULTILINE)[1]
-    control.write_text(control.read_text().replace(version, version + "+newer"))
-    result = folder / f"{package.name.split('_')[0]}_newer.deb"
+    control.write_text(control.read_text().replace(version, version + suffix))
+    if change is not None:
+        change(tree)
+    result = folder / f"{package.name.split('_')[0]}{suffix}.deb"
     # Compressing it would take longer than the upgrade.
     subprocess.run(["dpkg-deb", "-Znone", "--build", tree, result], stdout=subprocess.DEVNULL, check=True)
     return result
+
+
+def newer(package, folder):
+    return rebuilt(package, folder, "+newer")

@@ -2,8 +2,12 @@
 # SPDX-FileCopyrightText: 2026 the Wicket helper authors
 """The package is upgraded and the machine is started anew while it is in use."""
 
+from pathlib import Path
+
+import pytest
 from helper import (EXECUTABLE, HOLD, SERVICE, SOCKET, SOCKET_PATH, VERSION, allow_installations, helper_process,
                     is_listening, show, started_helper)
+from other_identity import with_other_identity
 from package import apt, install, names, newer
 
 # Counts on when the upgrade is done.
@@ -74,6 +78,32 @@ def test_an_upgrade_from_the_former_group_works_at_once(machine, packages, bob):
                            check=False)
     assert "PermissionError" in stranger.stderr
     machine.run("dpkg-statoverride", "--remove", "/usr/bin/wicket")
+
+
+def test_an_upgrade_to_another_anchor_serves_the_new_companion_and_no_old_one(machine, alice, bob, hold, packages,
+                                                                              pytestconfig, tmp_path):
+    """With a client connected and a script running."""
+    identity = Path(pytestconfig.getoption("--identity"))
+    if not identity.exists():
+        pytest.skip("the packages were not signed by the development identity")
+    helper = next(package for package in packages if names([package]) == ["wicket-helper"])
+    codesign = machine.inside("/usr/bin/wicket-codesign")
+    other = with_other_identity(helper, codesign, identity, tmp_path)
+    machine.shell("cp --preserve=all /usr/bin/wicket /usr/bin/former-wicket && rm -f /run/counts-on")
+    hold.begin()
+    alice.start("wicket run count.sh")
+    alice.expect("40\r\n")
+    machine.copy_in(other, "/root/other.deb")
+    apt(machine, "install", "/root/other.deb")
+    assert bob.run("wicket version").text == VERSION + "\n"
+    assert bob.run("former-wicket version").status == 125
+    assert bob.run("wicket doctor").status == 0
+    assert alice.finish().status == 124
+    hold.end()
+    machine.eventually(machine.inside("/run/counts-on").exists, "the script counts on")
+    machine.run("rm", "/usr/bin/former-wicket")
+    apt(machine, "install", "--allow-downgrades", *[f"/root/{package.name}" for package in packages])
+    assert bob.run("wicket version").text == VERSION + "\n"
 
 
 def test_after_a_reboot_the_next_call_starts_the_helper(machine, terminals):
