@@ -29,6 +29,11 @@ std::string contentOf(const fs::path& file) {
   return text.str();
 }
 
+/// A container's processes are seen from outside as well; theirs is a number for each of the two.
+bool isInThisPidNamespace(const fs::path& process) {
+  return contentOf(process / "status").find("\nNSpid:\t" + process.filename().string() + "\n") != std::string::npos;
+}
+
 /// A script of the helper is in its cgroup as well, and anybody may use the name; root's processes use it in no other
 /// cgroup.
 bool isHelper(const fs::path& process) {
@@ -37,7 +42,8 @@ bool isHelper(const fs::path& process) {
   constexpr std::size_t longestName = 15;  // of TASK_COMM_LEN
   const std::string job(Identifier::privilegedHelper);
   return contentOf(process / "comm") == job.substr(0, longestName) + "\n" &&
-         contentOf(process / "cgroup").find("/" + job + ".service\n") != std::string::npos;
+         contentOf(process / "cgroup").find("/" + job + ".service\n") != std::string::npos &&
+         isInThisPidNamespace(process);
 }
 
 /// Since the epoch; 0 when it is not known. Field 22 of "stat" counts from the machine's start.
