@@ -65,7 +65,7 @@ class TemporaryFile {
   [[nodiscard]] Result create() {
     descriptor_ = Descriptor(openUnnamedFile(place_));
     if (descriptor_.isOpen()) return {};
-    return errno == ENOTSUP || errno == EOPNOTSUPP ? createInFolder() : lastError();
+    return errno == ENOTSUP ? createInFolder() : lastError();
   }
 
   [[nodiscard]] Result nameIt(const std::string& name) {

@@ -21,7 +21,9 @@ using doctor::HelperAnswer;
 HelperAnswer askHelper(const ConnectOptions& options) {
   auto helper = HelperConnection::connect(options);
   if (!helper) return HelperAnswer::unreachable;
-  return helper->getVersion() ? HelperAnswer::answered : HelperAnswer::refused;
+  const auto version = helper->getVersion();
+  if (version) return HelperAnswer::answered;
+  return version.error() == CallError::timedOut ? HelperAnswer::silent : HelperAnswer::refused;
 }
 
 std::string jsonOf(const Finding& finding) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <chrono>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,7 +40,10 @@ bool exists(const std::string& path) {
 }
 
 int carryOut(Context& context, bool all) {
-  auto helper = HelperConnection::connect(context.connection);
+  ConnectOptions options = context.connection;
+  // A large folder may take as long as the connection lives, and that ends the waiting.
+  options.timeLimit = std::chrono::minutes(1);
+  auto helper = HelperConnection::connect(options);
   if (!helper) return context.report(helper.error());
   helper->onLogLine([&context](std::string_view text) { context.output.printHelperLine(text); });
   if (const auto sent = helper->uninstall(all); !sent) return context.report(sent.error());

@@ -277,6 +277,9 @@ std::vector<Finding> diagnose(HelperAnswer answer) {
     case HelperAnswer::refused:
       return {{"answer", false, "The helper refuses this program",
                "Correct the problems above; where there are none, install command and helper of the same build"}};
+    case HelperAnswer::silent:
+      return {{"answer", false, "The helper does not answer",
+               "As root: systemctl status net.orvane.Wicket.TlvPrivilegedHelper.service"}};
     case HelperAnswer::answered:
       break;
   }

@@ -14,6 +14,7 @@ enum class HelperAnswer {
   notAsked,     ///< there is no way to it
   unreachable,  ///< there was no connection
   refused,      ///< it cut the connection
+  silent,       ///< it neither answered nor cut the connection
   answered,
 };
 

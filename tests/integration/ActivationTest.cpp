@@ -32,8 +32,8 @@ TEST_F(ActivationTest, TheHelperStartsWithTheFirstConnectionOnly) {
 
 TEST_F(ActivationTest, AFirstClientThatAsksWithItsHandshakeIsServed) {
   using namespace std::string_literals;
+  ASSERT_EQ(helperPid(), 0);
   support::RawClient client(wire::socketPath);
-  EXPECT_EQ(helperPid(), 0) << "all of it is written before there is a helper";
   ASSERT_TRUE(client.send("\0AUTH EXTERNAL 30\r\nBEGIN\r\n"s +
                           support::DBusBytes::methodCall(7, "getVersionWithCompletion_", "", "")));
   EXPECT_TRUE(hears(client, "9417"));

@@ -200,7 +200,7 @@ TEST(DiagnosisTest, ACopyOfThePlainProgramHasAllItsProblemsNamed) {
 TEST(DiagnosisTest, TheHelpersAnswerHasTheLastWord) {
   EXPECT_THAT(diagnose(HelperAnswer::notAsked), IsEmpty());
   EXPECT_TRUE(diagnose(HelperAnswer::answered).front().isWell);
-  for (const HelperAnswer answer : {HelperAnswer::unreachable, HelperAnswer::refused}) {
+  for (const HelperAnswer answer : {HelperAnswer::unreachable, HelperAnswer::refused, HelperAnswer::silent}) {
     ASSERT_EQ(diagnose(answer).size(), 1U);
     EXPECT_FALSE(diagnose(answer).front().isWell);
     EXPECT_NE(diagnose(answer).front().nextStep, "");
