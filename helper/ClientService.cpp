@@ -30,7 +30,8 @@ void ClientService::installScript(const std::string& path, const AuthorizationDa
 }
 
 bool ClientService::verifyAuthorization(const AuthorizationData& authData, const Selector& command) const {
-  const auto verified = HelperAuthorization::verifyAuthorization(platform_.authorizationServices(), authData, command);
+  const auto verified = HelperAuthorization::verifyAuthorization(platform_.authorizationServices(), authData, command,
+                                                                 [] { return AuthorizationDetails{}; });
   if (verified.has_value()) return true;
   LogUtil::log("ERROR: Authentication failed with " + verified.error().description(), newestConnection());
   return false;

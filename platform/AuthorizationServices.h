@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace wicket {
 
@@ -26,6 +27,15 @@ inline constexpr AuthorizationStatus internal = -60008;
 /// The portable form in which a client hands over its authorization.
 inline constexpr std::size_t authorizationExternalFormLength = 32;
 using AuthorizationExternalForm = std::array<std::byte, authorizationExternalFormLength>;
+
+/// One thing that a question tells besides what the right is for. Both are ASCII and safe to show; how a question names
+/// the detail is part of the right's own text.
+struct AuthorizationDetail {
+  std::string name;
+  std::string value;
+  friend bool operator==(const AuthorizationDetail&, const AuthorizationDetail&) = default;
+};
+using AuthorizationDetails = std::vector<AuthorizationDetail>;
 
 /// A live authorization of some client; opaque to everybody but the platform that made it. Its holder may
 /// never let go of it: it takes 256 bytes at most and keeps nothing open.
@@ -50,9 +60,10 @@ class AuthorizationServices {
   [[nodiscard]] virtual std::expected<std::shared_ptr<AuthorizationReference>, AuthorizationStatus>
   createFromExternalForm(const AuthorizationExternalForm& form) = 0;
   /// Extends the authorization by the right of that name, with interaction allowed: blocks, without
-  /// a time limit, until the user has answered.
-  [[nodiscard]] virtual AuthorizationStatus copyRights(AuthorizationReference& reference,
-                                                       const std::string& rightName) = 0;
+  /// a time limit, until the user has answered or the client has gone. Where the platform's question can show
+  /// @p details it does.
+  [[nodiscard]] virtual AuthorizationStatus copyRights(AuthorizationReference& reference, const std::string& rightName,
+                                                       const AuthorizationDetails& details) = 0;
   /// The platform's text for a status ("The authorization was denied."), if it has one.
   [[nodiscard]] virtual std::optional<std::string> errorMessage(AuthorizationStatus status) = 0;
 };

@@ -66,7 +66,8 @@ std::expected<Reference, HelperAuthorizationError> HelperAuthorization::authoriz
 }
 
 std::expected<void, HelperAuthorizationError> HelperAuthorization::verifyAuthorization(
-    AuthorizationServices& services, const HelperProtocol::AuthorizationData& authData, const Selector& command) {
+    AuthorizationServices& services, const HelperProtocol::AuthorizationData& authData, const Selector& command,
+    const Details& details) {
   if (!authData.has_value() || authData->size() != authorizationExternalFormLength) {
     return failure("Invalid Authorization External Form Data");
   }
@@ -81,7 +82,7 @@ std::expected<void, HelperAuthorizationError> HelperAuthorization::verifyAuthori
   }
   if (!isConvertibleToCString(right->name)) return failure("Failed to convert authorization name to cString");
 
-  const auto status = services.copyRights(**reference, right->name);
+  const auto status = services.copyRights(**reference, right->name, details());
   if (status != authorization_status::success) return failure(services, status);
   return {};
 }

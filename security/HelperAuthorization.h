@@ -3,6 +3,7 @@
 #pragma once
 
 #include <expected>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -30,10 +31,14 @@ class HelperAuthorization {
   /// while anybody may still rely on it.
   [[nodiscard]] static std::expected<std::shared_ptr<AuthorizationReference>, HelperAuthorizationError>
   authorizationRef(AuthorizationServices& services, std::span<const std::byte> data);
+  /// Finds out what a question is about. Called at most once, and only for an authorization that exists: nothing of
+  /// what a client names is touched on behalf of one that has none.
+  using Details = std::function<AuthorizationDetails()>;
   /// Succeeds only if the user holds, or now obtains, the right that guards @p command. Blocks while
-  /// the system asks the user.
+  /// the system asks the user, who is shown @p details.
   [[nodiscard]] static std::expected<void, HelperAuthorizationError> verifyAuthorization(
-      AuthorizationServices& services, const HelperProtocol::AuthorizationData& authData, const Selector& command);
+      AuthorizationServices& services, const HelperProtocol::AuthorizationData& authData, const Selector& command,
+      const Details& details);
 };
 
 }  // namespace wicket

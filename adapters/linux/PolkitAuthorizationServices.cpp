@@ -51,7 +51,8 @@ PolkitAuthorizationServices::createFromExternalForm(const AuthorizationExternalF
 }
 
 AuthorizationStatus PolkitAuthorizationServices::copyRights(AuthorizationReference& reference,
-                                                            const std::string& rightName) {
+                                                            const std::string& rightName,
+                                                            const AuthorizationDetails& /*details*/) {
   constexpr AuthorizationStatus invalidReference = -60002;
   const auto* const holder = dynamic_cast<ProcessReference*>(&reference);
   if (holder == nullptr) return invalidReference;

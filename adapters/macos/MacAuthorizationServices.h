@@ -11,7 +11,8 @@ class MacAuthorizationServices final : public AuthorizationServices {
  public:
   std::expected<std::shared_ptr<AuthorizationReference>, AuthorizationStatus> createFromExternalForm(
       const AuthorizationExternalForm& form) override;
-  AuthorizationStatus copyRights(AuthorizationReference& reference, const std::string& rightName) override;
+  AuthorizationStatus copyRights(AuthorizationReference& reference, const std::string& rightName,
+                                 const AuthorizationDetails& details) override;
   std::optional<std::string> errorMessage(AuthorizationStatus status) override;
 };
 

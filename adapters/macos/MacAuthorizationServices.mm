@@ -46,8 +46,10 @@ MacAuthorizationServices::createFromExternalForm(const AuthorizationExternalForm
   return std::make_shared<MacAuthorization>(reference);
 }
 
+/// The question shows no details: an environment could only replace its text.
 AuthorizationStatus MacAuthorizationServices::copyRights(AuthorizationReference& reference,
-                                                         const std::string& rightName) {
+                                                         const std::string& rightName,
+                                                         const AuthorizationDetails& /*details*/) {
   AuthorizationItem item{.name = rightName.c_str(), .valueLength = 0, .value = nullptr, .flags = 0};
   const AuthorizationRights rights{.count = 1, .items = &item};
   constexpr AuthorizationFlags flags = kAuthorizationFlagExtendRights | kAuthorizationFlagInteractionAllowed;

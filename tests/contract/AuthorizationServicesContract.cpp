@@ -21,7 +21,7 @@ class AuthorizationServicesContract : public testing::Test {
   AuthorizationStatus ask() {
     const auto reference = services().createFromExternalForm(world_->form());
     if (!reference) return reference.error();
-    return services().copyRights(**reference, installRight);
+    return services().copyRights(**reference, installRight, {});
   }
 
   std::optional<World> world_;

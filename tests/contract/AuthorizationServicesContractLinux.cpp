@@ -40,7 +40,7 @@ class PolkitAuthorizationTest : public testing::Test {
     return world_->services().createFromExternalForm(world_->form()).value_or(nullptr);
   }
   AuthorizationStatus ask(AuthorizationReference& reference) {
-    return world_->services().copyRights(reference, installRight);
+    return world_->services().copyRights(reference, installRight, {});
   }
 
   std::optional<PolkitWorld> world_;
@@ -178,9 +178,9 @@ TEST_F(PolkitAuthorizationTest, ARightThatNoPolicyDefinesCannotBeObtained) {
   world_->decide(Decision::grant);
   const auto held = reference();
   ASSERT_NE(held, nullptr);
-  EXPECT_EQ(world_->services().copyRights(*held, "net.orvane.Wicket.unknown:"), authorization_status::internal);
-  EXPECT_EQ(world_->services().copyRights(*held, "not an action \xFF"), authorization_status::internal);
-  EXPECT_EQ(world_->services().copyRights(*held, ""), authorization_status::internal);
+  EXPECT_EQ(world_->services().copyRights(*held, "net.orvane.Wicket.unknown:", {}), authorization_status::internal);
+  EXPECT_EQ(world_->services().copyRights(*held, "not an action \xFF", {}), authorization_status::internal);
+  EXPECT_EQ(world_->services().copyRights(*held, "", {}), authorization_status::internal);
 }
 
 TEST_F(PolkitAuthorizationTest, WithoutPolkitNoAuthorizationIsObtained) {

@@ -21,6 +21,7 @@ class ScriptedAuthorizationServices : public AuthorizationServices {
   struct Request {
     AuthorizationReference* reference;
     std::string rightName;
+    AuthorizationDetails details;
   };
 
   /// What createFromExternalForm answers: success with a fresh reference, unless set otherwise.
@@ -61,9 +62,10 @@ class ScriptedAuthorizationServices : public AuthorizationServices {
     return nullReference_ ? nullptr : std::make_shared<AuthorizationReference>();
   }
 
-  AuthorizationStatus copyRights(AuthorizationReference& reference, const std::string& rightName) override {
+  AuthorizationStatus copyRights(AuthorizationReference& reference, const std::string& rightName,
+                                 const AuthorizationDetails& details) override {
     const std::scoped_lock lock(mutex_);
-    requests_.push_back({&reference, rightName});
+    requests_.push_back({&reference, rightName, details});
     return rightsStatus_;
   }
 

@@ -25,11 +25,15 @@ class HelperAuthorizationTest : public testing::Test {
   /// The text of the failure, or "verified".
   std::string verify(const HelperProtocol::AuthorizationData& data,
                      const Selector& command = helper_protocol::installScript) {
-    const auto verified = HelperAuthorization::verifyAuthorization(services_, data, command);
+    const auto verified = HelperAuthorization::verifyAuthorization(services_, data, command, [this] {
+      ++timesAskedForDetails_;
+      return AuthorizationDetails{{"file", "\"a.sh\""}};
+    });
     return verified.has_value() ? "verified" : verified.error().message;
   }
 
   doubles::ScriptedAuthorizationServices services_;
+  int timesAskedForDetails_ = 0;
 };
 
 class MalformedAuthorizationDataTest : public HelperAuthorizationTest,
@@ -38,6 +42,7 @@ class MalformedAuthorizationDataTest : public HelperAuthorizationTest,
 TEST_P(MalformedAuthorizationDataTest, IsInvalidAndThePlatformIsNeverCalled) {
   EXPECT_EQ(verify(GetParam()), "Invalid Authorization External Form Data");
   EXPECT_FALSE(services_.wasCalled());
+  EXPECT_EQ(timesAskedForDetails_, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(AbsentEmpty31And33BytesAndAMebibyte, MalformedAuthorizationDataTest,
@@ -49,6 +54,13 @@ TEST_F(HelperAuthorizationTest, AGrantedRightVerifies) {
   ASSERT_THAT(services_.requests(), SizeIs(1));
   EXPECT_EQ(services_.requests().front().rightName,
             "net.orvane.Wicket.TlvPrivilegedHelper.installScriptAt:authData:completion:");
+}
+
+TEST_F(HelperAuthorizationTest, TheQuestionShowsTheDetails) {
+  EXPECT_EQ(verify(dataOfLength(32)), "verified");
+  EXPECT_EQ(timesAskedForDetails_, 1);
+  ASSERT_THAT(services_.requests(), SizeIs(1));
+  EXPECT_EQ(services_.requests().front().details, (AuthorizationDetails{{"file", "\"a.sh\""}}));
 }
 
 TEST_F(HelperAuthorizationTest, TheClientsBytesReachThePlatformUnchanged) {
@@ -63,6 +75,7 @@ TEST_F(HelperAuthorizationTest, ARejectedExternalFormGivesThePlatformsTextInItsO
   services_.setCreationStatus(authorization_status::denied);
   EXPECT_EQ(verify(dataOfLength(32)), "Optional(The authorization was denied.)");
   EXPECT_THAT(services_.requests(), IsEmpty());
+  EXPECT_EQ(timesAskedForDetails_, 0);
 }
 
 TEST_F(HelperAuthorizationTest, ACancelledDialogGivesThePlatformsCancellationText) {
