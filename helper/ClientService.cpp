@@ -6,7 +6,6 @@
 #include "clients/LogUtil.h"
 #include "helper/HelperRemoval.h"
 #include "script/RunCommand.h"
-#include "security/HelperAuthorization.h"
 #include "store/ScriptInstallation.h"
 #include "store/ScriptRemoval.h"
 
@@ -21,17 +20,19 @@ void ClientService::getVersion(const VersionCompletion& completion) {
 
 void ClientService::installScript(const std::string& path, const AuthorizationData& authData,
                                   const CodeCompletion& completion) {
-  if (!verifyAuthorization(authData, helper_protocol::installScript)) {
+  ScriptInstallation installation(platform_.fileManager(), path);
+  const auto details = [&] { return installation.prepare(platform_.sourceFiles()); };
+  if (!verifyAuthorization(authData, helper_protocol::installScript, details)) {
     completion(reply_code::notAuthorized);
     return;
   }
-  const bool installed = ScriptInstallation::installScript(platform_.fileManager(), path);
-  completion(installed ? reply_code::success : reply_code::installationFailed);
+  completion(installation.installScript() ? reply_code::success : reply_code::installationFailed);
 }
 
-bool ClientService::verifyAuthorization(const AuthorizationData& authData, const Selector& command) const {
-  const auto verified = HelperAuthorization::verifyAuthorization(platform_.authorizationServices(), authData, command,
-                                                                 [] { return AuthorizationDetails{}; });
+bool ClientService::verifyAuthorization(const AuthorizationData& authData, const Selector& command,
+                                        const HelperAuthorization::Details& details) const {
+  const auto verified =
+      HelperAuthorization::verifyAuthorization(platform_.authorizationServices(), authData, command, details);
   if (verified.has_value()) return true;
   LogUtil::log("ERROR: Authentication failed with " + verified.error().description(), newestConnection());
   return false;

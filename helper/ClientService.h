@@ -9,6 +9,7 @@
 #include "clients/TimedConnections.h"
 #include "platform/Platform.h"
 #include "protocol/HelperProtocol.h"
+#include "security/HelperAuthorization.h"
 
 namespace wicket {
 
@@ -29,7 +30,8 @@ class ClientService final : public HelperProtocol {
   void uninstallScriptWithFilename(const std::string& filename, const CodeCompletion& completion) override;
 
  private:
-  [[nodiscard]] bool verifyAuthorization(const AuthorizationData& authData, const Selector& command) const;
+  [[nodiscard]] bool verifyAuthorization(const AuthorizationData& authData, const Selector& command,
+                                         const HelperAuthorization::Details& details) const;
   [[nodiscard]] std::shared_ptr<Connection> newestConnection() const;
 
   Platform& platform_;

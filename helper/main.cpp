@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 
+#include <cstddef>
 #include <memory>
+#include <span>
 
 #include "helper/PrivilegedHelper.h"
 #include "platform/Platform.h"
@@ -17,7 +19,9 @@ std::shared_ptr<wicket::PrivilegedHelper>& helper() {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  const std::span<char* const> arguments(argv, static_cast<std::size_t>(argc));
+  if (const auto status = wicket::Platform::runAuxiliaryProcess(arguments)) return *status;
   helper() = std::make_shared<wicket::PrivilegedHelper>(wicket::Platform::current());
   helper()->run();
   return 0;

@@ -23,6 +23,8 @@ struct FileAttributes {
   friend bool operator==(const FileAttributes&, const FileAttributes&) = default;
 };
 
+class SourceFile;
+
 /// Files by path, each path passed to the system as written. A path with an embedded NUL names
 /// nothing: it does not exist, and every operation on it fails with EINVAL. Any thread; the calls
 /// block.
@@ -40,11 +42,11 @@ class FileManager {
   /// mkdir(2) without intermediate directories, then the attributes, exactly and whatever the
   /// umask. An attribute that cannot be set is ignored; anything already at @p path is an error.
   [[nodiscard]] virtual Result createDirectory(const std::string& path, const FileAttributes& attributes) = 0;
-  /// Copies the content of a regular file; a link is followed to its file, anything else fails.
-  /// Whatever stands at @p destination, even a dangling link, is an error (EEXIST). The copy appears
-  /// under its name complete and synced or not at all, belongs to the caller, and has the source's
-  /// permissions without the set-id bits and without write access for group and others.
-  [[nodiscard]] virtual Result copyItem(const std::string& source, const std::string& destination) = 0;
+  /// Copies the content of an open file. Whatever stands at @p destination, even a dangling link, is an
+  /// error (EEXIST), and so is a source that cannot be read to its end. The copy appears under its name
+  /// complete and synced or not at all, belongs to the caller, and has the source's permissions without the
+  /// set-id bits and without write access for group and others.
+  [[nodiscard]] virtual Result copyItem(SourceFile& source, const std::string& destination) = 0;
   /// chown(2) and chmod(2), following links. With owner-write in the permissions the mode is set
   /// first, otherwise last. Stops at the first failure and leaves what was done.
   [[nodiscard]] virtual Result setAttributes(const std::string& path, const FileAttributes& attributes) = 0;

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <span>
 #include <string_view>
 
 #include "platform/AuthorizationServices.h"
@@ -13,6 +15,7 @@
 #include "platform/Listener.h"
 #include "platform/MainQueue.h"
 #include "platform/ServiceJob.h"
+#include "platform/SourceFiles.h"
 #include "platform/UnifiedLog.h"
 
 namespace wicket {
@@ -29,6 +32,7 @@ class Platform {
   [[nodiscard]] virtual MainQueue& mainQueue() = 0;
   [[nodiscard]] virtual UnifiedLog& unifiedLog() = 0;
   [[nodiscard]] virtual FileManager& fileManager() = 0;
+  [[nodiscard]] virtual SourceFiles& sourceFiles() = 0;
   [[nodiscard]] virtual ChildProcessLauncher& childProcessLauncher() = 0;
   [[nodiscard]] virtual AuthorizationServices& authorizationServices() = 0;
   [[nodiscard]] virtual CodeSigningServices& codeSigningServices() = 0;
@@ -41,6 +45,11 @@ class Platform {
   /// other thread runs. Ends the process with a line on standard error and a non-zero status when
   /// the process was not started by the service manager.
   [[nodiscard]] static Platform& current();
+
+  /// For a process that the platform has started out of this same program, for a purpose of its own: does what
+  /// it was started for. The result is the status to end with; none when this process is the service.
+  /// @p arguments are those of main.
+  [[nodiscard]] static std::optional<int> runAuxiliaryProcess(std::span<char* const> arguments);
 };
 
 }  // namespace wicket

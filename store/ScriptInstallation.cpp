@@ -2,9 +2,12 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "store/ScriptInstallation.h"
 
+#include <utility>
+
 #include "protocol/ReplyCode.h"
 #include "store/FilePath.h"
 #include "store/HelperPath.h"
+#include "store/InstallationDetails.h"
 #include "store/ScriptRemoval.h"
 #include "store/TwoPathRequest.h"
 
@@ -29,15 +32,23 @@ bool ensureScriptFolder(FileManager& fileManager) {
 
 }  // namespace
 
-bool ScriptInstallation::installScript(FileManager& fileManager, const std::string& path) {
-  const auto source = TwoPathRequest::source(path);
-  if (!source) return false;
-  const auto destination = TwoPathRequest::destination(path);
-  if (!destination) return false;
+AuthorizationDetails ScriptInstallation::prepare(SourceFiles& sourceFiles) {
+  const auto source = TwoPathRequest::source(path_);
+  const auto destination = TwoPathRequest::destination(path_);
+  if (!source || !destination) return InstallationDetails::ofMalformed(path_);
+  auto file = sourceFiles.open(*source);
+  if (!file) return InstallationDetails::ofUnreadable(*source, *destination, file.error());
+  source_ = std::move(*file);
+  return InstallationDetails::of(*source, *destination, *source_);
+}
 
-  return removeEarlierCopy(fileManager, *destination) && ensureScriptFolder(fileManager) &&
-         fileManager.copyItem(*source, *destination).has_value() &&
-         fileManager.setAttributes(*destination, scriptAttributes).has_value();
+bool ScriptInstallation::installScript() {
+  const auto destination = TwoPathRequest::destination(path_);
+  if (!TwoPathRequest::source(path_) || !destination) return false;
+
+  return removeEarlierCopy(fileManager_, *destination) && ensureScriptFolder(fileManager_) && source_ != nullptr &&
+         fileManager_.copyItem(*source_, *destination).has_value() &&
+         fileManager_.setAttributes(*destination, scriptAttributes).has_value();
 }
 
 }  // namespace wicket

@@ -14,6 +14,7 @@
 #include "adapters/linux/BusListener.h"
 #include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/SocketActivation.h"
+#include "adapters/linux/SourceReader.h"
 #include "codesign/PropertyListLibrary.h"
 #include "resources/BuildValues.h"
 #include "resources/TrustedAnchor.h"
@@ -71,6 +72,12 @@ std::unique_ptr<Listener> LinuxPlatform::makeListener(std::string_view /*machSer
 Platform& Platform::current() {
   static auto& platform = *linux_adapter::makePlatform();
   return platform;
+}
+
+std::optional<int> Platform::runAuxiliaryProcess(std::span<char* const> arguments) {
+  using linux_adapter::SourceReader;
+  if (!SourceReader::isAskedForBy(arguments)) return std::nullopt;
+  return SourceReader::run();
 }
 
 }  // namespace wicket

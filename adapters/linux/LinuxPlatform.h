@@ -5,6 +5,7 @@
 #include <memory>
 #include <string_view>
 
+#include "adapters/linux/ClientSourceFiles.h"
 #include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/EmbeddedBundleInformation.h"
 #include "adapters/linux/JournalLog.h"
@@ -29,6 +30,7 @@ class LinuxPlatform final : public Platform {
   MainQueue& mainQueue() override { return mainQueue_; }
   UnifiedLog& unifiedLog() override { return unifiedLog_; }
   FileManager& fileManager() override { return fileManager_; }
+  SourceFiles& sourceFiles() override { return sourceFiles_; }
   ChildProcessLauncher& childProcessLauncher() override { return childProcessLauncher_; }
   AuthorizationServices& authorizationServices() override { return authorizationServices_; }
   CodeSigningServices& codeSigningServices() override { return codeSigningServices_; }
@@ -41,6 +43,7 @@ class LinuxPlatform final : public Platform {
   MainRunLoop mainQueue_;
   JournalLog unifiedLog_;
   PosixFileManager fileManager_;
+  ClientSourceFiles sourceFiles_;
   PosixChildProcessLauncher childProcessLauncher_;
   PolkitAuthorizationServices authorizationServices_;
   LinuxCodeSigningServices codeSigningServices_;

@@ -15,9 +15,9 @@ namespace wicket::linux_adapter {
 namespace {
 
 template <std::unsigned_integral Number>
-std::optional<Number> leadingNumber(std::string_view text) {
+std::optional<Number> leadingNumber(std::string_view text, int base = 10) {
   Number number = 0;
-  if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc()) return std::nullopt;
+  if (std::from_chars(text.data(), text.data() + text.size(), number, base).ec != std::errc()) return std::nullopt;
   return number;
 }
 
@@ -29,6 +29,16 @@ std::optional<std::string_view> behindFields(std::string_view text, int fields, 
     text.remove_prefix(end + 1);
   }
   return text;
+}
+
+/// The program's name, in the first line, is written with its line breaks escaped, so that no key can
+/// be feigned by it.
+std::optional<std::string_view> lineOf(std::string_view status, std::string_view key) {
+  const std::string begin = "\n" + std::string(key) + ":\t";
+  const std::size_t found = status.find(begin);
+  if (found == std::string_view::npos) return std::nullopt;
+  const std::string_view rest = status.substr(found + begin.size());
+  return rest.substr(0, rest.find('\n'));
 }
 
 }  // namespace
@@ -73,14 +83,25 @@ std::optional<std::uint64_t> ProcessFiles::startTime() const {
   return field ? leadingNumber<std::uint64_t>(*field) : std::nullopt;
 }
 
-/// The program's name, in the first line, is written with its line breaks escaped, so that no key can
-/// be feigned by it.
 std::optional<std::uint32_t> ProcessFiles::statusNumber(std::string_view status, std::string_view key, int index) {
-  const std::string line = "\n" + std::string(key) + ":\t";
-  const std::size_t found = status.find(line);
-  if (found == std::string_view::npos) return std::nullopt;
-  const auto field = behindFields(status.substr(found + line.size()), index, '\t');
+  const auto line = lineOf(status, key);
+  const auto field = line ? behindFields(*line, index, '\t') : std::nullopt;
   return field ? leadingNumber<std::uint32_t>(*field) : std::nullopt;
+}
+
+std::vector<std::uint32_t> ProcessFiles::statusNumbers(std::string_view status, std::string_view key) {
+  std::vector<std::uint32_t> numbers;
+  auto rest = lineOf(status, key);
+  while (rest) {
+    if (const auto number = leadingNumber<std::uint32_t>(*rest)) numbers.push_back(*number);
+    rest = behindFields(*rest, 1, ' ');
+  }
+  return numbers;
+}
+
+std::optional<std::uint64_t> ProcessFiles::statusMask(std::string_view status, std::string_view key) {
+  const auto line = lineOf(status, key);
+  return line ? leadingNumber<std::uint64_t>(*line, 16) : std::nullopt;
 }
 
 }  // namespace wicket::linux_adapter

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <vector>
 
 namespace wicket::linux_adapter {
 
@@ -31,6 +32,10 @@ class ProcessFiles {
   /// The number at position @p index, from 0, in the line of @p key in the content of "status".
   [[nodiscard]] static std::optional<std::uint32_t> statusNumber(std::string_view status, std::string_view key,
                                                                  int index = 0);
+  /// All numbers in such a line, which may be none.
+  [[nodiscard]] static std::vector<std::uint32_t> statusNumbers(std::string_view status, std::string_view key);
+  /// The hexadecimal number in such a line, of 64 bits.
+  [[nodiscard]] static std::optional<std::uint64_t> statusMask(std::string_view status, std::string_view key);
 
  private:
   const std::string folder_;

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <random>
+#include <span>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -125,25 +126,23 @@ class TemporaryFile {
   bool renamed_ = false;
 };
 
-Result writeAll(int descriptor, const char* bytes, std::size_t count) {
-  while (count > 0) {
-    const ssize_t written = ::write(descriptor, bytes, count);
+Result writeAll(int descriptor, std::span<const std::byte> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
     if (written < 0 && errno == EINTR) continue;
     if (written < 0) return lastError();
-    bytes += written;
-    count -= static_cast<std::size_t>(written);
+    bytes = bytes.subspan(static_cast<std::size_t>(written));
   }
   return {};
 }
 
-Result copyContent(int source, int destination) {
-  const auto buffer = std::make_unique<std::array<char, bufferSize>>();
+Result copyContent(SourceFile& source, int destination) {
+  const auto buffer = std::make_unique<std::array<std::byte, bufferSize>>();
   for (;;) {
-    const ssize_t count = ::read(source, buffer->data(), buffer->size());
-    if (count == 0) return {};
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return lastError();
-    if (auto written = writeAll(destination, buffer->data(), static_cast<std::size_t>(count)); !written) return written;
+    const auto count = source.read(*buffer);
+    if (!count) return std::unexpected(count.error());
+    if (*count == 0) return {};
+    if (auto written = writeAll(destination, std::span(*buffer).first(*count)); !written) return written;
   }
 }
 
@@ -154,17 +153,16 @@ Result sync(int file) {
 
 }  // namespace
 
-FileManager::Result copyFile(const std::string& source, const std::string& destination) {
+FileManager::Result copyFile(SourceFile& source, const std::string& destination) {
   if (!isRepresentable(destination)) return std::unexpected(FileError{EINVAL});
-  const auto file = RegularFile::open(source);
-  if (!file) return std::unexpected(file.error());
   const auto entry = findPlace(destination);
   if (!entry) return std::unexpected(entry.error());
 
   TemporaryFile copy(entry->folder.get());
   if (auto result = copy.create(); !result) return result;
-  if (auto result = copyContent(file->descriptor.get(), copy.descriptor()); !result) return result;
-  if (::fchmod(copy.descriptor(), file->status.st_mode & copiedPermissions) != 0) return lastError();
+  if (auto result = copyContent(source, copy.descriptor()); !result) return result;
+  if (::fchmod(copy.descriptor(), static_cast<mode_t>(source.permissions()) & copiedPermissions) != 0)
+    return lastError();
   if (auto result = sync(copy.descriptor()); !result) return result;
   if (auto result = copy.nameIt(entry->name); !result) return result;
   if (auto result = sync(entry->folder.get()); !result) {

@@ -70,7 +70,7 @@ FileManager::Result PosixFileManager::createDirectory(const std::string& path, c
   return {};
 }
 
-FileManager::Result PosixFileManager::copyItem(const std::string& source, const std::string& destination) {
+FileManager::Result PosixFileManager::copyItem(SourceFile& source, const std::string& destination) {
   return posix::copyFile(source, destination);
 }
 

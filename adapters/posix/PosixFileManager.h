@@ -13,7 +13,7 @@ class PosixFileManager : public FileManager {
  public:
   [[nodiscard]] bool fileExists(const std::string& path) override;
   [[nodiscard]] Result createDirectory(const std::string& path, const FileAttributes& attributes) override;
-  [[nodiscard]] Result copyItem(const std::string& source, const std::string& destination) override;
+  [[nodiscard]] Result copyItem(SourceFile& source, const std::string& destination) override;
   [[nodiscard]] Result setAttributes(const std::string& path, const FileAttributes& attributes) override;
   [[nodiscard]] Result removeItem(const std::string& path) override;
   [[nodiscard]] std::expected<std::string, FileError> readFile(const std::string& path) override;

@@ -6,15 +6,12 @@
 #include <fcntl.h>
 
 namespace wicket::posix {
-namespace {
 
 std::expected<void, FileError> requireRegular(const struct stat& status) {
   if (S_ISDIR(status.st_mode)) return std::unexpected(FileError{EISDIR});
   if (!S_ISREG(status.st_mode)) return std::unexpected(FileError{EINVAL});
   return {};
 }
-
-}  // namespace
 
 std::expected<RegularFile, FileError> RegularFile::open(const std::string& path) {
   if (!isRepresentable(path)) return std::unexpected(FileError{EINVAL});

@@ -16,10 +16,12 @@ struct RegularFile {
   Descriptor descriptor;
   struct stat status;
 
-  /// Follows links. EISDIR for a directory, EINVAL for anything else that is not a regular file;
-  /// no FIFO is waited for and no device touched.
+  /// Follows links, and takes what requireRegular() does; no FIFO is waited for and no device touched.
   [[nodiscard]] static std::expected<RegularFile, FileError> open(const std::string& path);
 };
+
+/// EISDIR for a directory, EINVAL for anything else that is no regular file.
+[[nodiscard]] std::expected<void, FileError> requireRegular(const struct stat& status);
 
 /// Whether the system can take @p path as written: an embedded NUL would silently shorten it.
 [[nodiscard]] bool isRepresentable(const std::string& path);

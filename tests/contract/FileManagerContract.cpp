@@ -20,6 +20,9 @@ template <typename World>
 class FileManagerContract : public testing::Test {
  protected:
   FileManager& files() { return world_.files(); }
+  FileManager::Result copyItem(const std::string& source, const std::string& destination) {
+    return contract::copyItem(world_, source, destination);
+  }
   std::string at(const std::string& name) { return world_.at(name); }
 
   // The errno of a result; 0 for success.
@@ -73,8 +76,8 @@ TYPED_TEST(FileManagerContract, APathWithAnEmbeddedNulNamesNothing) {
   EXPECT_EQ(this->errorOf(this->files().removeItem(path)), EINVAL);
   EXPECT_EQ(this->errorOf(this->files().setAttributes(path, folderAttributes)), EINVAL);
   EXPECT_EQ(this->errorOf(this->files().createDirectory(path, folderAttributes)), EINVAL);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(path, this->at("copy"))), EINVAL);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("file"), path)), EINVAL);
+  EXPECT_EQ(this->errorOf(this->copyItem(path, this->at("copy"))), EINVAL);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("file"), path)), EINVAL);
   EXPECT_EQ(this->world_.entries(this->at("")), std::vector<std::string>{"file"});
 }
 
@@ -108,8 +111,8 @@ TYPED_TEST(FileManagerContract, ACopyHasTheContentOfItsSourceByteForByte) {
   const std::string content = "#!/bin/sh\n\0\xFF binary\n"s;
   this->world_.addFile(this->at("source"), content);
   this->world_.addFile(this->at("empty"), "");
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("source"), this->at("copy"))), 0);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("empty"), this->at("copy of empty"))), 0);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("source"), this->at("copy"))), 0);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("empty"), this->at("copy of empty"))), 0);
   EXPECT_EQ(this->world_.content(this->at("copy")), content);
   EXPECT_EQ(this->world_.content(this->at("copy of empty")), "");
   EXPECT_EQ(this->world_.content(this->at("source")), content);
@@ -119,8 +122,8 @@ TYPED_TEST(FileManagerContract, ACopyHasTheContentOfItsSourceByteForByte) {
 TYPED_TEST(FileManagerContract, ACopyKeepsThePermissionsExceptSetIdAndForeignWriteAccess) {
   this->world_.addFile(this->at("open"), "x", 06777);
   this->world_.addFile(this->at("closed"), "x", 0400);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("open"), this->at("a"))), 0);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("closed"), this->at("b"))), 0);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("open"), this->at("a"))), 0);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("closed"), this->at("b"))), 0);
   EXPECT_EQ(this->world_.attributes(this->at("a")), FileAttributes{.permissions = 0755});
   EXPECT_EQ(this->world_.attributes(this->at("b")), FileAttributes{.permissions = 0400});
 }
@@ -128,7 +131,7 @@ TYPED_TEST(FileManagerContract, ACopyKeepsThePermissionsExceptSetIdAndForeignWri
 TYPED_TEST(FileManagerContract, ALinkAsSourceIsCopiedAsItsFile) {
   this->world_.addFile(this->at("file"), "text");
   this->world_.addLink(this->at("link"), "file");
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("link"), this->at("copy"))), 0);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("link"), this->at("copy"))), 0);
   EXPECT_EQ(this->world_.kind(this->at("copy")), ItemKind::file);
   EXPECT_EQ(this->world_.content(this->at("copy")), "text");
 }
@@ -138,11 +141,11 @@ TYPED_TEST(FileManagerContract, OnlyARegularFileCanBeCopied) {
   this->world_.addFifo(this->at("fifo"));
   this->world_.addLink(this->at("dangling"), "missing");
   const auto before = this->world_.entries(this->at(""));
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("folder"), this->at("copy"))), EISDIR);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("fifo"), this->at("copy"))), EINVAL);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("dangling"), this->at("copy"))), ENOENT);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("missing"), this->at("copy"))), ENOENT);
-  EXPECT_EQ(this->errorOf(this->files().copyItem("", this->at("copy"))), ENOENT);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("folder"), this->at("copy"))), EISDIR);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("fifo"), this->at("copy"))), EINVAL);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("dangling"), this->at("copy"))), ENOENT);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("missing"), this->at("copy"))), ENOENT);
+  EXPECT_EQ(this->errorOf(this->copyItem("", this->at("copy"))), ENOENT);
   EXPECT_EQ(this->world_.entries(this->at("")), before);
 }
 
@@ -154,7 +157,7 @@ TYPED_TEST(FileManagerContract, ACopyReplacesNothing) {
   this->world_.addLink(this->at("dangling"), "missing");
   const auto before = this->world_.entries(this->at(""));
   for (const std::string name : {"source", "file", "folder", "folder/", "folder/..", "link", "dangling"}) {
-    EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("source"), this->at(name))), EEXIST) << name;
+    EXPECT_EQ(this->errorOf(this->copyItem(this->at("source"), this->at(name))), EEXIST) << name;
   }
   EXPECT_EQ(this->world_.content(this->at("file")), "old");
   EXPECT_EQ(this->world_.entries(this->at("")), before);
@@ -162,19 +165,19 @@ TYPED_TEST(FileManagerContract, ACopyReplacesNothing) {
 
 TYPED_TEST(FileManagerContract, ACopyNeedsAFolderAndANameToGoTo) {
   this->world_.addFile(this->at("source"), "x");
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("source"), this->at("missing/copy"))), ENOENT);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("source"), this->at("source/copy"))), ENOTDIR);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("source"), this->at("copy/"))), EISDIR);
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("source"), "")), ENOENT);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("source"), this->at("missing/copy"))), ENOENT);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("source"), this->at("source/copy"))), ENOTDIR);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("source"), this->at("copy/"))), EISDIR);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("source"), "")), ENOENT);
   const std::string tooLong(256, 'n');
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("source"), this->at(tooLong))), ENAMETOOLONG);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("source"), this->at(tooLong))), ENAMETOOLONG);
   EXPECT_EQ(this->world_.entries(this->at("")), std::vector<std::string>{"source"});
 }
 
 TYPED_TEST(FileManagerContract, TheLongestNameCanBeCopiedTo) {
   this->world_.addFile(this->at("source"), "x");
   const std::string longest(255, 'n');
-  EXPECT_EQ(this->errorOf(this->files().copyItem(this->at("source"), this->at(longest))), 0);
+  EXPECT_EQ(this->errorOf(this->copyItem(this->at("source"), this->at(longest))), 0);
   EXPECT_EQ(this->world_.content(this->at(longest)), "x");
 }
 

@@ -85,14 +85,14 @@ TEST_F(FileManagerContractPosix, WithOwnerWriteTheModeIsSetBeforeTheOwnerAndOthe
 }
 
 /// A process that prepares itself, copies, and is killed by the kernel when it has copied so many bytes.
-pid_t startCopyingUpTo(off_t bytes, FileManager& files, const std::string& source, const std::string& destination,
+pid_t startCopyingUpTo(off_t bytes, RealFiles& world, const std::string& source, const std::string& destination,
                        const std::function<bool()>& prepare) {
   const pid_t process = ::fork();
   if (process != 0) return process;
   constexpr rlimit noDump{0, 0};
   const rlimit most{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
   if (::setrlimit(RLIMIT_CORE, &noDump) != 0 || ::setrlimit(RLIMIT_FSIZE, &most) != 0 || !prepare()) ::_exit(1);
-  static_cast<void>(files.copyItem(source, destination));
+  static_cast<void>(copyItem(world, source, destination));
   ::_exit(0);
 }
 
@@ -120,7 +120,7 @@ class KilledCopyTest : public FileManagerContractPosix {
     constexpr off_t size = off_t{8} * 1024 * 1024;
     EXPECT_EQ(::truncate(source.c_str(), size), 0);
     world_.addDirectory(folder());
-    const pid_t process = startCopyingUpTo(size / 2, files_, source, folder() + "/copy", prepare);
+    const pid_t process = startCopyingUpTo(size / 2, world_, source, folder() + "/copy", prepare);
     int status = 0;
     EXPECT_EQ(::waitpid(process, &status, 0), process);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGXFSZ) << status;
@@ -146,8 +146,8 @@ TEST_F(FileManagerContractPosix, WhereFilesMustHaveNamesACopyIsCompleteOrNothing
   const pid_t process = ::fork();
   if (process == 0) {
     const bool isReady = forgetUnnamedFiles();
-    const bool isCopied = files_.copyItem(world_.at("source"), world_.at("folder") + "/copy").has_value();
-    const bool isTaken = errorOf(files_.copyItem(world_.at("source"), world_.at("folder") + "/copy")) == EEXIST;
+    const bool isCopied = copyItem(world_, world_.at("source"), world_.at("folder") + "/copy").has_value();
+    const bool isTaken = errorOf(copyItem(world_, world_.at("source"), world_.at("folder") + "/copy")) == EEXIST;
     ::_exit(isReady && isCopied && isTaken ? 0 : 1);
   }
   int status = 0;
@@ -181,7 +181,7 @@ TEST_F(FileManagerContractPosix, ACopyBelongsToTheCallerAndNotToTheSourcesOwner)
   WICKET_NEEDS(support::Need::root);
   world_.addFile(world_.at("source"), "x", 0700);
   ASSERT_EQ(::chown(world_.at("source").c_str(), nobody, nobody), 0);
-  EXPECT_EQ(errorOf(files_.copyItem(world_.at("source"), world_.at("copy"))), 0);
+  EXPECT_EQ(errorOf(copyItem(world_, world_.at("source"), world_.at("copy"))), 0);
   EXPECT_EQ(world_.attributes(world_.at("copy")), (FileAttributes{.permissions = 0700, .owner = 0, .group = 0}));
 }
 
@@ -191,10 +191,10 @@ TEST_F(FileManagerContractPosix, AFullDiskFailsTheCopyAndLeavesNothingBehind) {
   world_.addFile(world_.at("source"), std::string(3 * size, 's'));
   world_.addFile(world_.at("small"), std::string(size / 2, 's'));
   const bool ran = support::withTinyFileSystem(size, [&](const std::string& tiny) {
-    EXPECT_EQ(errorOf(files_.copyItem(world_.at("source"), tiny + "/copy")), ENOSPC);
+    EXPECT_EQ(errorOf(copyItem(world_, world_.at("source"), tiny + "/copy")), ENOSPC);
     EXPECT_EQ(world_.entries(tiny), std::vector<std::string>{});
     // All of the space is free again.
-    EXPECT_EQ(errorOf(files_.copyItem(world_.at("small"), tiny + "/copy")), 0);
+    EXPECT_EQ(errorOf(copyItem(world_, world_.at("small"), tiny + "/copy")), 0);
     EXPECT_EQ(world_.content(tiny + "/copy")->size(), size / 2);
   });
   EXPECT_TRUE(ran);
@@ -222,7 +222,7 @@ TEST_F(FileManagerContractPosix, WhenTwoCopyToTheSameNameExactlyOneSucceeds) {
     const std::string copy = world_.at("copy" + std::to_string(round));
     std::atomic<int> succeeded = 0;
     const auto copyFrom = [&](const std::string& name) {
-      const auto result = files_.copyItem(world_.at(name), copy);
+      const auto result = copyItem(world_, world_.at(name), copy);
       if (result) ++succeeded;
       EXPECT_TRUE(result || result.error().number == EEXIST);
     };
@@ -240,7 +240,7 @@ TEST_F(FileManagerContractPosix, ALargeFileIsCopiedWhole) {
   std::string content;
   for (int i = 0; content.size() < 5'000'000; ++i) content += std::to_string(i) + "\n";
   world_.addFile(world_.at("source"), content);
-  EXPECT_EQ(errorOf(files_.copyItem(world_.at("source"), world_.at("copy"))), 0);
+  EXPECT_EQ(errorOf(copyItem(world_, world_.at("source"), world_.at("copy"))), 0);
   EXPECT_EQ(world_.content(world_.at("copy")), content);
 }
 
@@ -248,8 +248,8 @@ TEST_F(FileManagerContractPosix, RelativePathsStartAtTheCurrentDirectory) {
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(world_.at(""));
   world_.addFile("source", "x");
-  EXPECT_EQ(errorOf(files_.copyItem("source", "copy")), 0);
-  EXPECT_EQ(errorOf(files_.copyItem("source", "./copy2")), 0);
+  EXPECT_EQ(errorOf(copyItem(world_, "source", "copy")), 0);
+  EXPECT_EQ(errorOf(copyItem(world_, "source", "./copy2")), 0);
   EXPECT_TRUE(files_.fileExists("copy"));
   EXPECT_EQ(errorOf(files_.removeItem("source")), 0);
   std::filesystem::current_path(before);
@@ -266,7 +266,7 @@ TEST_F(FileManagerContractPosix, ASocketOrADeviceIsNeitherReadNorCopied) {
   ASSERT_EQ(::bind(socket.get(), static_cast<sockaddr*>(pointer), sizeof address), 0);
   for (const auto& item : {path, std::string("/dev/zero")}) {
     EXPECT_EQ(files_.readFile(item).error().number, EINVAL);
-    EXPECT_EQ(errorOf(files_.copyItem(item, world_.at("copy"))), EINVAL);
+    EXPECT_EQ(errorOf(copyItem(world_, item, world_.at("copy"))), EINVAL);
   }
   EXPECT_FALSE(files_.fileExists(world_.at("copy")));
 }
@@ -338,9 +338,9 @@ TEST_F(FileManagerContractPosix, FailedOperationsKeepNoDescriptor) {
   world_.addFile(world_.at("file"), "x");
   const std::size_t before = openDescriptors();
   for (int i = 0; i < 10; ++i) {
-    EXPECT_NE(errorOf(files_.copyItem(world_.at("file"), world_.at("folder"))), 0);
-    EXPECT_NE(errorOf(files_.copyItem(world_.at("folder"), world_.at("copy"))), 0);
-    EXPECT_NE(errorOf(files_.copyItem(world_.at("file"), world_.at("missing/copy"))), 0);
+    EXPECT_NE(errorOf(copyItem(world_, world_.at("file"), world_.at("folder"))), 0);
+    EXPECT_NE(errorOf(copyItem(world_, world_.at("folder"), world_.at("copy"))), 0);
+    EXPECT_NE(errorOf(copyItem(world_, world_.at("file"), world_.at("missing/copy"))), 0);
     EXPECT_FALSE(files_.readFile(world_.at("folder")));
   }
   EXPECT_EQ(openDescriptors(), before);

@@ -13,7 +13,9 @@
 #include <vector>
 
 #include "adapters/posix/PosixFileManager.h"
+#include "adapters/posix/PosixSourceFile.h"
 #include "tests/doubles/InMemoryFileManager.h"
+#include "tests/doubles/InMemorySourceFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace wicket::contract {
@@ -24,6 +26,9 @@ using doubles::ItemKind;
 class RealFiles {
  public:
   FileManager& files() { return files_; }
+  [[nodiscard]] static std::expected<std::unique_ptr<SourceFile>, FileError> open(const std::string& path) {
+    return posix::PosixSourceFile::open(path);
+  }
   [[nodiscard]] std::string at(const std::string& name) const { return folder_.path(name); }
 
   void addFile(const std::string& path, const std::string& content, unsigned permissions = 0644) {
@@ -75,7 +80,16 @@ class FilesInMemory {
   FilesInMemory() { files_.addDirectory("/box"); }
 
   FileManager& files() { return files_; }
+  [[nodiscard]] std::expected<std::unique_ptr<SourceFile>, FileError> open(const std::string& path) {
+    return sources_.open(path);
+  }
+  SourceFiles& sources() { return sources_; }
   [[nodiscard]] std::string at(const std::string& name) const { return "/box/" + name; }
+  void write(const std::string& name, const std::string& content) { files_.write(at(name), content); }
+  void exchange(const std::string& name, const std::string& content) {
+    if (!files_.removeItem(at(name))) throw std::runtime_error("cannot remove " + name);
+    addFile(at(name), content);
+  }
 
   void addFile(const std::string& path, const std::string& content, unsigned permissions = 0644) {
     files_.addFile(path, content, permissions);
@@ -96,6 +110,15 @@ class FilesInMemory {
 
  private:
   doubles::InMemoryFileManager files_;
+  doubles::InMemorySourceFiles sources_{files_};
 };
+
+/// Opens and copies: what an installation does with a question in between.
+template <typename World>
+FileManager::Result copyItem(World& world, const std::string& source, const std::string& destination) {
+  const auto file = world.open(source);
+  if (!file) return std::unexpected(file.error());
+  return world.files().copyItem(**file, destination);
+}
 
 }  // namespace wicket::contract

@@ -3,10 +3,13 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -14,6 +17,7 @@
 #include <vector>
 
 #include "platform/FileManager.h"
+#include "platform/SourceFiles.h"
 #include "tests/doubles/InMemoryTree.h"
 
 namespace wicket::doubles {
@@ -24,7 +28,6 @@ enum class FileOperation { fileExists, createDirectory, copyItem, setAttributes,
 struct FileCall {
   FileOperation operation;
   std::string path;
-  std::string destination{};  ///< of copyItem
   friend bool operator==(const FileCall&, const FileCall&) = default;
 };
 
@@ -46,8 +49,7 @@ class InMemoryFileManager : public FileManager {
   void addFifo(const std::string& path) { add(path, {.kind = ItemKind::fifo, .permissions = 0600}); }
 
   /// From now on @p operation fails with @p number for exactly this path as the caller writes it:
-  /// for copyItem the source or the destination, for removeItem also an entry met on the way
-  /// through a directory. For fileExists any number makes the answer false.
+  /// for removeItem also an entry met on the way through a directory. For fileExists any number makes the answer false.
   void fail(FileOperation operation, const std::string& path, int number) {
     const std::scoped_lock lock(mutex_);
     failures_[{operation, path}] = number;
@@ -62,6 +64,20 @@ class InMemoryFileManager : public FileManager {
     const std::scoped_lock lock(mutex_);
     const auto found = tree_.lookUp(path, InMemoryTree::LastLink::itself);
     return found ? std::optional(**found) : std::nullopt;
+  }
+  /// The regular file that @p path leads to, whatever its name comes to mean later.
+  [[nodiscard]] InMemoryTree::Found regularItem(const std::string& path) const {
+    const std::scoped_lock lock(mutex_);
+    return regularFile(path);
+  }
+  /// Gives the file at @p path another content, as its owner can at any time.
+  void write(const std::string& path, std::string content) {
+    const std::scoped_lock lock(mutex_);
+    if (const auto file = regularFile(path)) {
+      (*file)->content = std::move(content);
+    } else {
+      addLocked(path, {.kind = ItemKind::file, .permissions = 0644, .content = std::move(content)});
+    }
   }
   [[nodiscard]] std::optional<std::string> content(const std::string& path) const {
     const auto found = item(path);
@@ -104,17 +120,23 @@ class InMemoryFileManager : public FileManager {
     return {};
   }
 
-  [[nodiscard]] Result copyItem(const std::string& source, const std::string& destination) override {
+  [[nodiscard]] Result copyItem(SourceFile& source, const std::string& destination) override {
     const std::scoped_lock lock(mutex_);
-    if (const auto begun = begin({FileOperation::copyItem, source, destination}); !begun) return begun;
-    const auto file = regularFile(source);
-    if (!file) return std::unexpected(file.error());
+    if (const auto begun = begin({FileOperation::copyItem, destination}); !begun) return begun;
     const auto place = freePlace(destination);
     if (!place) return std::unexpected(place.error());
     if (place->trailingSlash) return failure(EISDIR);
-    InMemoryTree::add(
-        *place,
-        {.kind = ItemKind::file, .permissions = (*file)->permissions & copiedPermissions, .content = (*file)->content});
+    std::string content;
+    std::array<std::byte, 4096> buffer{};
+    for (;;) {
+      const auto count = source.read(buffer);
+      if (!count) return std::unexpected(count.error());
+      if (*count == 0) break;
+      for (const std::byte byte : std::span(buffer).first(*count)) content += std::to_integer<char>(byte);
+    }
+    InMemoryTree::add(*place, {.kind = ItemKind::file,
+                               .permissions = source.permissions() & copiedPermissions,
+                               .content = std::move(content)});
     return {};
   }
 
@@ -154,6 +176,10 @@ class InMemoryFileManager : public FileManager {
 
   void add(const std::string& path, Item item) {
     const std::scoped_lock lock(mutex_);
+    addLocked(path, std::move(item));
+  }
+
+  void addLocked(const std::string& path, Item item) {
     const auto place = tree_.placeOf(path);
     if (!place) throw std::invalid_argument("no directory to hold " + path);
     InMemoryTree::add(*place, std::move(item));
@@ -161,8 +187,7 @@ class InMemoryFileManager : public FileManager {
 
   Result begin(FileCall call) {
     calls_.push_back(call);
-    if (auto result = injected(call.operation, call.path); !result) return result;
-    return call.destination.empty() ? Result() : injected(call.operation, call.destination);
+    return injected(call.operation, call.path);
   }
 
   [[nodiscard]] Result injected(FileOperation operation, const std::string& path) const {

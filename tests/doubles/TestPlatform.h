@@ -9,6 +9,7 @@
 #include "platform/Platform.h"
 #include "tests/doubles/FixedBundleInformation.h"
 #include "tests/doubles/InMemoryFileManager.h"
+#include "tests/doubles/InMemorySourceFiles.h"
 #include "tests/doubles/ManualListener.h"
 #include "tests/doubles/RecordingServiceJob.h"
 #include "tests/doubles/RecordingUnifiedLog.h"
@@ -25,6 +26,7 @@ class TestPlatform : public Platform {
   VirtualMainQueue& mainQueue() override { return mainQueue_; }
   RecordingUnifiedLog& unifiedLog() override { return unifiedLog_; }
   InMemoryFileManager& fileManager() override { return fileManager_; }
+  InMemorySourceFiles& sourceFiles() override { return sourceFiles_; }
   ScriptedChildProcessLauncher& childProcessLauncher() override { return launcher_; }
   ScriptedAuthorizationServices& authorizationServices() override { return authorization_; }
   ScriptedCodeSigningServices& codeSigningServices() override { return codeSigning_; }
@@ -44,6 +46,7 @@ class TestPlatform : public Platform {
   VirtualMainQueue mainQueue_;
   RecordingUnifiedLog unifiedLog_;
   InMemoryFileManager fileManager_;
+  InMemorySourceFiles sourceFiles_{fileManager_};
   ScriptedChildProcessLauncher launcher_;
   ScriptedAuthorizationServices authorization_;
   ScriptedCodeSigningServices codeSigning_;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include <algorithm>
 #include <cerrno>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 
 #include "store/ScriptInstallation.h"
 #include "tests/doubles/InMemoryFileManager.h"
+#include "tests/doubles/InMemorySourceFiles.h"
 
 namespace wicket {
 namespace {
@@ -16,6 +18,7 @@ using doubles::FileOperation;
 using doubles::InMemoryFileManager;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::Field;
 using testing::IsEmpty;
 using testing::Not;
@@ -31,9 +34,21 @@ class ScriptInstallationTest : public testing::Test {
     files.addDirectory("/var");
   }
 
-  bool install(const std::string& path) { return ScriptInstallation::installScript(files, path); }
+  bool install(const std::string& path) {
+    const auto before = files.calls();
+    ScriptInstallation installation(files, path);
+    details = installation.prepare(sources);
+    EXPECT_THAT(files.calls(), ElementsAreArray(before)) << "nothing is touched before the consent";
+    return installation.installScript();
+  }
+  std::string detail(const std::string& name) const {
+    const auto found = std::ranges::find(details, name, &AuthorizationDetail::name);
+    return found == details.end() ? "none" : found->value;
+  }
 
   InMemoryFileManager files;
+  doubles::InMemorySourceFiles sources{files};
+  AuthorizationDetails details;
 };
 
 TEST_F(ScriptInstallationTest, AnInstalledScriptIsACopyThatOnlyRootMayReadAndExecute) {
@@ -50,7 +65,7 @@ TEST_F(ScriptInstallationTest, TheStepsAreTakenInTheirOrder) {
   EXPECT_THAT(files.calls(), ElementsAre(FileCall{FileOperation::fileExists, "/var/orvane/a.sh"},
                                          FileCall{FileOperation::removeItem, "/var/orvane/a.sh"},
                                          FileCall{FileOperation::fileExists, "/var/orvane"},
-                                         FileCall{FileOperation::copyItem, "/home/a.sh", "/var/orvane/a.sh"},
+                                         FileCall{FileOperation::copyItem, "/var/orvane/a.sh"},
                                          FileCall{FileOperation::setAttributes, "/var/orvane/a.sh"}));
 }
 
@@ -147,7 +162,7 @@ TEST_F(ScriptInstallationTest, ASourceThatIsMissingFailsAfterTheFolderWasMade) {
 TEST_F(ScriptInstallationTest, AnEarlierCopyStaysRemovedWhenTheCopyingFails) {
   files.addDirectory("/var/orvane");
   files.addFile("/var/orvane/a.sh", "old");
-  files.fail(FileOperation::copyItem, "/home/a.sh", ENOSPC);
+  files.fail(FileOperation::copyItem, "/var/orvane/a.sh", ENOSPC);
   EXPECT_FALSE(install("/home/a.sh,/var/orvane/a.sh"));
   EXPECT_EQ(files.item("/var/orvane/a.sh"), std::nullopt);
   EXPECT_THAT(files.calls(), Not(Contains(Field(&FileCall::operation, FileOperation::setAttributes))));
@@ -166,6 +181,41 @@ TEST_F(ScriptInstallationTest, ADestinationThatCleansToAnEmptyStringFailsAndRemo
   EXPECT_FALSE(install("/home/a.sh,/var/orvane/a.sh? ?"));
   EXPECT_FALSE(install("/home/a.sh, "));
   EXPECT_EQ(files.content("/var/orvane/b.sh"), "other");
+}
+
+TEST_F(ScriptInstallationTest, AContentThatHasChangedSinceTheQuestionIsNotInstalled) {
+  sources.changeContentsTo("#!/bin/sh\nother\n");
+  EXPECT_FALSE(install("/home/a.sh,/var/orvane/a.sh"));
+  EXPECT_EQ(files.item("/var/orvane/a.sh"), std::nullopt);
+}
+
+TEST_F(ScriptInstallationTest, WithoutAPreparationNothingIsInstalled) {
+  ScriptInstallation installation(files, "/home/a.sh,/var/orvane/a.sh");
+  EXPECT_FALSE(installation.installScript());
+  EXPECT_EQ(files.item("/var/orvane/a.sh"), std::nullopt);
+}
+
+TEST_F(ScriptInstallationTest, TheQuestionTellsTheFileTheDestinationTheSizeAndTheBeginningOfTheDigest) {
+  EXPECT_TRUE(install(" x?/home/a.sh,/var/orvane/b.sh "));
+  EXPECT_EQ(detail("file"), "\"/home/a.sh\"");
+  EXPECT_EQ(detail("destination"), "\"/var/orvane/b.sh\"");
+  EXPECT_EQ(detail("size"), "14 bytes");
+  EXPECT_EQ(detail("sha256"), "0d2fb5cc05e80bf5fabcedf5464b6a8b...");
+}
+
+TEST_F(ScriptInstallationTest, OfAFileThatCannotBeReadTheQuestionSaysSo) {
+  EXPECT_FALSE(install("/home/gone.sh,/var/orvane/a.sh"));
+  EXPECT_EQ(detail("file"), "\"/home/gone.sh\" (cannot be read: No such file or directory)");
+  EXPECT_EQ(detail("destination"), "\"/var/orvane/a.sh\"");
+  EXPECT_EQ(detail("size"), "unknown");
+  EXPECT_EQ(detail("sha256"), "unknown");
+}
+
+TEST_F(ScriptInstallationTest, AMalformedPathIsAskedAboutAsSuchAndOpensNothing) {
+  EXPECT_FALSE(install("/home/a.sh\n$(user)"));
+  EXPECT_EQ(detail("file"), "\"/home/a.sh\\x0a\\x24(user)\" (malformed: not the paths of a source and a destination)");
+  EXPECT_EQ(detail("destination"), "unknown");
+  EXPECT_THAT(sources.opened(), IsEmpty());
 }
 
 }  // namespace

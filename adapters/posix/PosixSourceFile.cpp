@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// SPDX-FileCopyrightText: 2026 the Wicket helper authors
+#include "adapters/posix/PosixSourceFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "adapters/posix/RegularFile.h"
+
+namespace wicket::posix {
+namespace {
+
+constexpr std::size_t readAtOnce = std::size_t{256} * 1024;
+
+std::expected<std::size_t, FileError> readAt(const Descriptor& file, std::uint64_t offset,
+                                             std::span<std::byte> buffer) {
+  for (;;) {
+    const ssize_t count = ::pread(file.get(), buffer.data(), buffer.size(), static_cast<off_t>(offset));
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) return lastError();
+  }
+}
+
+}  // namespace
+
+std::expected<Content, FileError> Content::of(const Descriptor& file, Sha256 hash) {
+  std::vector<std::byte> buffer(readAtOnce);
+  std::uint64_t size = 0;
+  for (;;) {
+    const auto count = readAt(file, size, buffer);
+    if (!count) return std::unexpected(count.error());
+    if (*count == 0) return Content{size, hash.finish()};
+    hash.update(std::span(buffer).first(*count));
+    size += *count;
+  }
+}
+
+std::expected<std::unique_ptr<PosixSourceFile>, FileError> PosixSourceFile::make(Descriptor file,
+                                                                                 const Content& content) {
+  struct stat status{};
+  if (::fstat(file.get(), &status) != 0) return lastError();
+  if (const auto regular = requireRegular(status); !regular) return std::unexpected(regular.error());
+  constexpr mode_t permissionBits = 07777;
+  return std::unique_ptr<PosixSourceFile>(
+      new PosixSourceFile(std::move(file), content, status.st_mode & permissionBits));
+}
+
+std::expected<std::unique_ptr<PosixSourceFile>, FileError> PosixSourceFile::open(const std::string& path) {
+  auto file = RegularFile::open(path);
+  if (!file) return std::unexpected(file.error());
+  const auto content = Content::of(file->descriptor, Sha256());
+  if (!content) return std::unexpected(content.error());
+  return make(std::move(file->descriptor), *content);
+}
+
+std::expected<std::size_t, FileError> PosixSourceFile::read(std::span<std::byte> buffer) {
+  // Never beyond the size that was seen: a file that grows would be read without end.
+  const std::uint64_t rest = content_.size - offset_;
+  const auto count = readAt(file_, offset_, buffer.first(std::min<std::uint64_t>(buffer.size(), rest)));
+  if (!count) return count;
+  hash_.update(buffer.first(*count));
+  offset_ += *count;
+  if (*count > 0) return count;
+  return hash_.finish() == content_.digest ? count : std::unexpected(FileError{ESTALE});
+}
+
+}  // namespace wicket::posix
