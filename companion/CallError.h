@@ -10,6 +10,12 @@ enum class CallError {
   invalidArgument,  ///< a text that cannot travel: not UTF-8, or with U+0000
   timedOut,         ///< the helper did not answer within the time limit
   interrupted,      ///< the caller's cancel descriptor became readable
+  /// @name This user has as much as the helper lets one user have, see wire/UserLimits.h; nothing was done
+  /// @{
+  tooManyConnections,
+  tooManyQuestions,
+  tooManyScripts,
+  /// @}
 };
 
 }  // namespace wicket::companion

@@ -13,6 +13,7 @@
 #include "protocol/AppProtocol.h"
 #include "wire/BusNames.h"
 #include "wire/ReplyBlock.h"
+#include "wire/UserLimits.h"
 
 namespace wicket::companion {
 
@@ -32,6 +33,16 @@ int millisecondsUntil(std::uint64_t moment) {
   const std::uint64_t now = monotonicMicroseconds();
   if (moment <= now) return 0;
   return static_cast<int>(std::min<std::uint64_t>((moment - now + 999U) / 1'000U, 60'000U));
+}
+
+CallError errorIn(sd_bus_message* reply) {
+  const auto is = [reply](const char* name) { return sd_bus_message_is_method_error(reply, name) > 0; };
+  // The library answers a call itself, with this error, when the connection ends under it.
+  if (is(SD_BUS_ERROR_NO_REPLY)) return CallError::connectionCut;
+  if (is(wire::openConnections.error)) return CallError::tooManyConnections;
+  if (is(wire::openQuestions.error)) return CallError::tooManyQuestions;
+  if (is(wire::runningScripts.error)) return CallError::tooManyScripts;
+  return CallError::rejected;
 }
 
 }  // namespace
@@ -98,9 +109,7 @@ std::expected<HelperConnection::Bus::Reply, CallError> HelperConnection::Bus::ca
   }
   Reply reply{std::move(reply_), static_cast<std::uint32_t>(serial)};
   if (sd_bus_message_is_method_error(reply.message.get(), nullptr) == 0) return reply;
-  // The library answers a call itself, with this error, when the connection ends under it.
-  const bool cut = sd_bus_message_is_method_error(reply.message.get(), SD_BUS_ERROR_NO_REPLY) > 0;
-  return std::unexpected(cut ? CallError::connectionCut : CallError::rejected);
+  return std::unexpected(errorIn(reply.message.get()));
 }
 
 std::expected<HelperConnection::Bus::Reply, CallError> HelperConnection::Bus::callWithTimeLimit(Message request) {

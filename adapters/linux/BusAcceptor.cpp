@@ -15,8 +15,12 @@
 namespace wicket::linux_adapter {
 namespace {
 
-/// Clients that have connected and not yet been accepted or refused. More wait in the socket's backlog.
-constexpr std::size_t undecidedLimit = 256;
+/// Clients that have connected and not yet been accepted or refused. More wait in the socket's backlog: it takes many
+/// users to fill this.
+constexpr std::size_t undecidedLimit = 1024;
+/// Connections of a user that only wait to be told that there are too many of them.
+constexpr wire::UserLimit connectionsInExcess{wire::openConnections.most, wire::openConnections.error,
+                                              wire::openConnections.text};
 constexpr int clientsPerTurn = 64;
 /// How long to let be when the system is out of descriptors or memory.
 constexpr std::chrono::microseconds restTime = std::chrono::milliseconds(100);
@@ -39,10 +43,11 @@ void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& co
 
 }  // namespace
 
-BusAcceptor::BusAcceptor(Descriptor listening, std::shared_ptr<BusDoorbell> doorbell, SerialExecutor& delegateQueue,
-                         ListenerDelegate& delegate)
+BusAcceptor::BusAcceptor(Descriptor listening, std::shared_ptr<BusDoorbell> doorbell, UserShares& shares,
+                         SerialExecutor& delegateQueue, ListenerDelegate& delegate)
     : listening_(std::move(listening)),
       doorbell_(std::move(doorbell)),
+      shares_(shares),
       delegateQueue_(delegateQueue),
       delegate_(delegate) {}
 
@@ -134,10 +139,19 @@ bool BusAcceptor::prepareFeed() {
 }
 
 bool BusAcceptor::take() {
+  const uid_t user = PeerProcess::userOf(newcomer_.get());
+  auto share = shares_.take(wire::openConnections, user);
+  const bool isInExcess = share == nullptr;
+  if (isInExcess) share = shares_.take(connectionsInExcess, user);
+  if (share == nullptr) {
+    newcomer_.reset();
+    return true;
+  }
   const auto peer = PeerProcess::ofSocket(newcomer_.get());
   if (!peer) return false;
-  auto connection = std::make_shared<BusConnection>(doorbell_, *peer);
-  const auto channel = std::make_shared<BusChannel>(connection, *this);
+  auto connection = std::make_shared<BusConnection>(doorbell_, *peer, shares_);
+  const auto channel = std::make_shared<BusChannel>(
+      connection, *this, BusChannel::Admission{std::move(share), isInExcess ? &wire::openConnections : nullptr});
   // Besides the channels there are the thread itself, the listener that ends and connections without a channel.
   doorbell_->makeRoomFor(channels_.size() + 4);
   if (channel->open(event_, std::move(newcomer_), *std::exchange(nextFeed_, std::nullopt)) < 0) return false;

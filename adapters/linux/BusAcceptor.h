@@ -21,11 +21,12 @@
 namespace wicket::linux_adapter {
 
 /// Takes clients from the listening socket and keeps their channels. I/O thread only; the delegate is
-/// asked on a serial queue of its own, in the order in which the clients' handshakes ended.
+/// asked on a serial queue of its own, in the order in which the clients' handshakes ended. Of a user who has as many
+/// connections as he may have it is not asked about any more: they are told so, and as many again may wait for that.
 class BusAcceptor final : public BusChannel::Owner {
  public:
-  BusAcceptor(Descriptor listening, std::shared_ptr<BusDoorbell> doorbell, SerialExecutor& delegateQueue,
-              ListenerDelegate& delegate);
+  BusAcceptor(Descriptor listening, std::shared_ptr<BusDoorbell> doorbell, UserShares& shares,
+              SerialExecutor& delegateQueue, ListenerDelegate& delegate);
 
   void start(sd_event* event);
   /// Takes no more clients. Calls @p done once nobody waits for an answer any more, or after the grace time.
@@ -56,6 +57,7 @@ class BusAcceptor final : public BusChannel::Owner {
 
   const Descriptor listening_;
   const std::shared_ptr<BusDoorbell> doorbell_;
+  UserShares& shares_;
   SerialExecutor& delegateQueue_;
   ListenerDelegate& delegate_;
   sd_event* event_ = nullptr;

@@ -32,8 +32,11 @@ constexpr int sendBufferSize = 128 << 10;
 
 }  // namespace
 
-BusChannel::BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner)
-    : connection_(std::move(connection)), owner_(owner), framer_(wire::messageSizeLimit) {}
+BusChannel::BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner, Admission admission)
+    : connection_(std::move(connection)),
+      owner_(owner),
+      admission_(std::move(admission)),
+      framer_(wire::messageSizeLimit) {}
 
 int BusChannel::open(sd_event* event, Descriptor client, BusFeed feed) {
   feed_ = std::move(feed.entry);
@@ -108,6 +111,7 @@ void BusChannel::advance() {
   processBus();
   readClient();
   if (!connection_->hasEnded()) writeQueued();
+  if (wasRefused_ && unwrittenMessages() == 0) return connection_->invalidate();
   if (!connection_->hasEnded()) listenForEvents();
   if (isAnswered()) owner_.answered(*this);
 }
@@ -172,7 +176,7 @@ bool BusChannel::hasUnread() const {
 }
 
 bool BusChannel::mayRead() const {
-  if (phase_ == Phase::handshake) return true;
+  if (phase_ == Phase::handshake || phase_ == Phase::exceeding) return !wasRefused_;
   return phase_ == Phase::running && !connection_->isBusy() && unwrittenMessages() < unwrittenMessageLimit;
 }
 
@@ -210,6 +214,11 @@ void BusChannel::boundaryReached(MessageFramer::Boundary boundary) {
     if (sd_bus_is_ready(bus_.get()) <= 0) return connection_->invalidate();
     // A handshake proves nothing, so it may come from nobody in particular; a call may not.
     if (!inboxSenderIsKnown_ && !inbox_.empty()) return connection_->invalidate();
+    if (admission_.exceeded != nullptr) {
+      // It has what is left of the handshake's time.
+      phase_ = Phase::exceeding;
+      return owner_.decided(*this);
+    }
     handshakeTimer_.reset();
     phase_ = Phase::deciding;
     sd_event_source_set_enabled(socketSource_.get(), SD_EVENT_OFF);
@@ -229,9 +238,16 @@ void BusChannel::processBus() {
   if (result < 0) connection_->clientEnded();
 }
 
-int BusChannel::onMessage(sd_bus_message* /*message*/, void* channel, sd_bus_error* /*error*/) {
-  static_cast<BusChannel*>(channel)->messageWasUnderstood_ = true;
-  return 0;
+int BusChannel::onMessage(sd_bus_message* message, void* channel, sd_bus_error* /*error*/) {
+  auto& self = *static_cast<BusChannel*>(channel);
+  self.messageWasUnderstood_ = true;
+  return self.phase_ == Phase::exceeding ? self.refuse(message) : 0;
+}
+
+int BusChannel::refuse(sd_bus_message* message) {
+  if (sd_bus_message_get_expect_reply(message) <= 0) return 1;
+  wasRefused_ = true;
+  return sd_bus_reply_method_errorf(message, admission_.exceeded->error, "%s", admission_.exceeded->text);
 }
 
 int BusChannel::onCall(sd_bus_message* message, void* channel, sd_bus_error* /*error*/) {
@@ -285,6 +301,7 @@ void BusChannel::close() {
   bus_.reset();
   client_.reset();
   feed_.reset();
+  admission_.share.reset();
   // A connection may be kept long after its end: it must not keep this channel's memory, too.
   connection_->attach({});
   connection_->runOrphanedHandler();

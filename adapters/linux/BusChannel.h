@@ -47,7 +47,13 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
     virtual void closed(BusChannel& channel) = 0;
   };
 
-  BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner);
+  /// How the client came in.
+  struct Admission {
+    UserShares::Share share;          ///< kept as long as the connection is open
+    const wire::UserLimit* exceeded;  ///< the limit above which this one is; null for none
+  };
+
+  BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner, Admission admission);
 
   /// Starts to speak with the client; a negative errno on failure.
   [[nodiscard]] int open(sd_event* event, Descriptor client, BusFeed feed);
@@ -59,7 +65,8 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   [[nodiscard]] bool isWaiting(std::chrono::steady_clock::duration timeToAsk) const;
 
  private:
-  enum class Phase { handshake, deciding, running, closed };
+  /// One that exceeds a limit is told so when it asks something, and nothing else.
+  enum class Phase { handshake, deciding, exceeding, running, closed };
 
   static int onSocket(sd_event_source* source, int descriptor, std::uint32_t events, void* channel);
   static int onHandshakeTimeout(sd_event_source* source, std::uint64_t time, void* channel);
@@ -70,6 +77,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   int addSources(sd_event* event);
   void advance();
   void startRunning();
+  int refuse(sd_bus_message* message);
   void writeQueued();
   void readClient();
   /// Reads what the client has sent next; false if there is nothing now, or nothing that counts.
@@ -90,6 +98,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
 
   const std::shared_ptr<BusConnection> connection_;
   Owner& owner_;
+  Admission admission_;
   std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();  ///< when it could begin to speak
   Phase phase_ = Phase::handshake;
   std::optional<BusVtable> methods_;
@@ -111,6 +120,7 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   bool inboxSenderIsKnown_ = false;
   bool clientHungUp_ = false;
   bool messageWasUnderstood_ = false;
+  bool wasRefused_ = false;
 };
 
 }  // namespace wicket::linux_adapter

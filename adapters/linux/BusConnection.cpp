@@ -17,8 +17,8 @@ constexpr std::size_t unfinishedByteLimit = wire::messageSizeLimit;
 
 }  // namespace
 
-BusConnection::BusConnection(std::shared_ptr<BusDoorbell> doorbell, const PeerProcess& peer)
-    : doorbell_(std::move(doorbell)), peer_(peer) {}
+BusConnection::BusConnection(std::shared_ptr<BusDoorbell> doorbell, const PeerProcess& peer, UserShares& shares)
+    : doorbell_(std::move(doorbell)), peer_(peer), shares_(shares) {}
 
 void BusConnection::setRemoteObjectInterface(const Interface& interface) {
   const std::scoped_lock lock(mutex_);
@@ -169,12 +169,25 @@ void BusConnection::perform(const HelperCall& call, const std::shared_ptr<ReplyB
   }
   if (object == nullptr) return;
   if (!peer_.isUnchanged()) return invalidate();
-  const CallingClient::Scope onBehalfOf(peer_.client());
   try {
-    call.perform(*object, block);
+    performWithinLimits(*object, call, block);
   } catch (const std::exception&) {
     // The call ends here; its block, let go of uncalled, tells the client.
   }
+}
+
+void BusConnection::performWithinLimits(HelperProtocol& object, const HelperCall& call,
+                                        const std::shared_ptr<ReplyBlock>& block) {
+  CallingClient client = peer_.client();
+  if (const auto* const limit = call.limit()) {
+    client.share = shares_.take(*limit, client.uid);
+    if (client.share == nullptr) {
+      if (block) block->refuse(*limit);
+      return;
+    }
+  }
+  const CallingClient::Scope onBehalfOf(std::move(client));
+  call.perform(object, block);
 }
 
 void BusConnection::callReturned(std::size_t size) {

@@ -25,7 +25,8 @@ namespace wicket::linux_adapter {
 /// to it is invalidated once OutgoingQueue::limit is reached.
 class BusConnection final : public Connection, public std::enable_shared_from_this<BusConnection> {
  public:
-  BusConnection(std::shared_ptr<BusDoorbell> doorbell, const PeerProcess& peer);
+  /// @p shares must outlive the calls.
+  BusConnection(std::shared_ptr<BusDoorbell> doorbell, const PeerProcess& peer, UserShares& shares);
 
   [[nodiscard]] AuditTokenData auditToken() const override { return peer_.auditToken(); }
   [[nodiscard]] UserIdentifier effectiveUserIdentifier() const override { return peer_.client().uid; }
@@ -77,6 +78,7 @@ class BusConnection final : public Connection, public std::enable_shared_from_th
   /// False if there is no thread for the invalidation handler.
   [[nodiscard]] bool finishExecutor(bool hasHandler) noexcept;
   void perform(const HelperCall& call, const std::shared_ptr<ReplyBlock>& block);
+  void performWithinLimits(HelperProtocol& object, const HelperCall& call, const std::shared_ptr<ReplyBlock>& block);
   void callReturned(std::size_t size);
   /// With the mutex held.
   [[nodiscard]] bool hasManyUnfinishedCalls() const;
@@ -84,6 +86,7 @@ class BusConnection final : public Connection, public std::enable_shared_from_th
 
   const std::shared_ptr<BusDoorbell> doorbell_;
   const PeerProcess peer_;
+  UserShares& shares_;
   OutgoingQueue outgoing_;
   SerialExecutor executor_;
 

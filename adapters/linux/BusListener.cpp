@@ -22,8 +22,8 @@ class BusListener::Finish : public BusWorker {
   std::promise<void> isDone_;
 };
 
-BusListener::BusListener(Descriptor listening)
-    : listening_(std::move(listening)), doorbell_(std::make_shared<BusDoorbell>()) {
+BusListener::BusListener(Descriptor listening, std::shared_ptr<UserShares> shares)
+    : listening_(std::move(listening)), doorbell_(std::make_shared<BusDoorbell>()), shares_(std::move(shares)) {
   // What a client writes from the moment at which it has connected carries its name, and that is before it is accepted.
   AttributedReceive::enable(listening_.get());
 }
@@ -39,7 +39,7 @@ void BusListener::setDelegate(ListenerDelegate& delegate) { delegate_ = &delegat
 
 void BusListener::resume() {
   if (thread_ || delegate_ == nullptr) return;
-  acceptor_.emplace(std::move(listening_), doorbell_, delegateQueue_, *delegate_);
+  acceptor_.emplace(std::move(listening_), doorbell_, *shares_, delegateQueue_, *delegate_);
   doorbell_->makeRoomFor(2);  // for the thread itself and for the end
   thread_.emplace(doorbell_, [this](sd_event* event) { acceptor_->start(event); }, [this] { acceptor_->stop(); });
 }

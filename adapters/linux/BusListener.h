@@ -8,6 +8,7 @@
 #include "adapters/linux/BusAcceptor.h"
 #include "adapters/linux/BusThread.h"
 #include "adapters/linux/SerialExecutor.h"
+#include "adapters/linux/UserShares.h"
 #include "platform/Listener.h"
 #include "system/Descriptor.h"
 
@@ -17,7 +18,8 @@ namespace wicket::linux_adapter {
 /// connections share its I/O thread: they end with the listener.
 class BusListener final : public Listener {
  public:
-  explicit BusListener(Descriptor listening);
+  /// @p shares are those of all users in everything that they do with the helper.
+  explicit BusListener(Descriptor listening, std::shared_ptr<UserShares> shares = std::make_shared<UserShares>());
   ~BusListener() override;
 
   void setDelegate(ListenerDelegate& delegate) override;
@@ -30,6 +32,7 @@ class BusListener final : public Listener {
 
   Descriptor listening_;
   const std::shared_ptr<BusDoorbell> doorbell_;
+  const std::shared_ptr<UserShares> shares_;
   SerialExecutor delegateQueue_;
   ListenerDelegate* delegate_ = nullptr;
   std::optional<BusAcceptor> acceptor_;

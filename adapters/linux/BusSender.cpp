@@ -64,6 +64,12 @@ int BusSender::sendItem(sd_bus* /*bus*/, const MissingReply& missing) {
   return sd_bus_reply_method_errorf(request.get(), wire::noReplyError, "The call ended without a reply.");
 }
 
+int BusSender::sendItem(sd_bus* /*bus*/, const LimitReached& reached) {
+  const auto request = take(reached.request);
+  if (!request) return 0;
+  return sd_bus_reply_method_errorf(request.get(), reached.limit->error, "%s", reached.limit->text);
+}
+
 int BusSender::sendItem(sd_bus* bus, const CalledAgain& again) {
   return sd_bus_emit_signal(bus, wire::objectPath, wire::replyBlockInterface, wire::replyBlockSignal,
                             wire::replyBlockSignature, again.request.serial, again.code);

@@ -27,6 +27,7 @@ class BusSender {
   [[nodiscard]] SdHandle<sd_bus_message> take(RequestId request);
   int sendItem(sd_bus* bus, const MethodReply& reply);
   int sendItem(sd_bus* bus, const MissingReply& missing);
+  int sendItem(sd_bus* bus, const LimitReached& reached);
   int sendItem(sd_bus* bus, const CalledAgain& again);
   int sendItem(sd_bus* bus, const LogLine& line);
 

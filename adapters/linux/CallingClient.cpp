@@ -2,6 +2,8 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/CallingClient.h"
 
+#include <utility>
+
 namespace wicket::linux_adapter {
 namespace {
 
@@ -11,8 +13,8 @@ thread_local std::optional<CallingClient> callingClient;
 
 std::optional<CallingClient> CallingClient::current() { return callingClient; }
 
-CallingClient::Scope::Scope(const CallingClient& client) : previous_(callingClient) { callingClient = client; }
+CallingClient::Scope::Scope(CallingClient client) : previous_(std::exchange(callingClient, std::move(client))) {}
 
-CallingClient::Scope::~Scope() { callingClient = previous_; }
+CallingClient::Scope::~Scope() { callingClient = std::move(previous_); }
 
 }  // namespace wicket::linux_adapter

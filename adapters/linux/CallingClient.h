@@ -5,6 +5,8 @@
 #include <optional>
 #include <sys/types.h>
 
+#include "adapters/linux/UserShares.h"
+
 namespace wicket::linux_adapter {
 
 /// The client on whose behalf this thread is working, as the kernel named it when it connected. The
@@ -12,6 +14,8 @@ namespace wicket::linux_adapter {
 struct CallingClient {
   pid_t pid;
   uid_t uid;
+  /// What the call takes of its user's shares, if anything. What outlives the call on its behalf keeps it.
+  UserShares::Share share{};
 
   [[nodiscard]] static std::optional<CallingClient> current();
 
@@ -21,13 +25,13 @@ struct CallingClient {
 /// Says it for as long as it lives.
 class CallingClient::Scope {
  public:
-  explicit Scope(const CallingClient& client);
+  explicit Scope(CallingClient client);
   Scope(const Scope&) = delete;
   Scope& operator=(const Scope&) = delete;
   ~Scope();
 
  private:
-  const std::optional<CallingClient> previous_;
+  std::optional<CallingClient> previous_;
 };
 
 }  // namespace wicket::linux_adapter

@@ -53,12 +53,13 @@ void uninstallScriptWithFilename(HelperProtocol& object, const Arguments& argume
 struct Operation {
   Selector selector;
   void (*perform)(HelperProtocol&, const Arguments&, const Block&);
+  const wire::UserLimit* limit = nullptr;
 };
 
 constexpr std::array operations{
     Operation{helper_protocol::getVersion, &getVersion},
-    Operation{helper_protocol::runCommand, &runCommand},
-    Operation{helper_protocol::installScript, &installScript},
+    Operation{helper_protocol::runCommand, &runCommand, &wire::runningScripts},
+    Operation{helper_protocol::installScript, &installScript, &wire::openQuestions},
     Operation{helper_protocol::uninstall, &uninstall},
     Operation{helper_protocol::uninstallScriptAt, &uninstallScriptAt},
     Operation{helper_protocol::uninstallScriptWithFilename, &uninstallScriptWithFilename},
@@ -78,6 +79,11 @@ std::size_t sizeOf(const Argument& argument) {
 std::size_t HelperCall::size() const {
   return std::accumulate(arguments.begin(), arguments.end(), std::size_t{0},
                          [](std::size_t sum, const Argument& one) { return sum + sizeof one + sizeOf(one); });
+}
+
+const wire::UserLimit* HelperCall::limit() const {
+  const auto* const operation = std::ranges::find(operations, selector, &Operation::selector);
+  return operation == operations.end() ? nullptr : operation->limit;
 }
 
 void HelperCall::perform(HelperProtocol& object, const std::shared_ptr<ReplyBlock>& block) const {

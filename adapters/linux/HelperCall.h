@@ -11,6 +11,7 @@
 #include "adapters/linux/ReplyBlock.h"
 #include "protocol/HelperProtocol.h"
 #include "protocol/Selector.h"
+#include "wire/UserLimits.h"
 
 namespace wicket::linux_adapter {
 
@@ -23,6 +24,8 @@ struct HelperCall {
 
   /// The memory that the arguments take, roughly.
   [[nodiscard]] std::size_t size() const;
+  /// What of its user's shares the call takes; null for none.
+  [[nodiscard]] const wire::UserLimit* limit() const;
   /// Calls the operation of @p object. The block is null when the client wants no reply. A one-way
   /// operation calls the block itself, once it has returned.
   void perform(HelperProtocol& object, const std::shared_ptr<ReplyBlock>& block) const;

@@ -13,6 +13,7 @@
 
 #include "adapters/linux/BusListener.h"
 #include "adapters/linux/CompanionGroup.h"
+#include "adapters/linux/DescriptorLimit.h"
 #include "adapters/linux/SocketActivation.h"
 #include "adapters/linux/SourceReader.h"
 #include "codesign/PropertyListLibrary.h"
@@ -57,13 +58,15 @@ LinuxPlatform* makePlatform() {
 }  // namespace
 
 LinuxPlatform::LinuxPlatform(Descriptor listening, CompanionGroup group, codesign::Certificate anchor)
-    : listening_(std::move(listening)), codeSigningServices_(std::move(group), std::move(anchor)) {}
+    : listening_(std::move(listening)),
+      childProcessLauncher_(DescriptorLimit::raise()),
+      codeSigningServices_(std::move(group), std::move(anchor)) {}
 
 std::unique_ptr<Listener> LinuxPlatform::makeListener(std::string_view /*machServiceName*/) {
   // The name is in the socket's path: the service manager has chosen the socket by it.
   Descriptor copy(fcntl(listening_.get(), F_DUPFD_CLOEXEC, 0));
   if (!copy.isOpen()) throw std::system_error(errno, std::generic_category(), "the listening socket");
-  return std::make_unique<BusListener>(std::move(copy));
+  return std::make_unique<BusListener>(std::move(copy), shares_);
 }
 
 }  // namespace linux_adapter

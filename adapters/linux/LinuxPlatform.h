@@ -5,6 +5,7 @@
 #include <memory>
 #include <string_view>
 
+#include "adapters/linux/ClientChildProcessLauncher.h"
 #include "adapters/linux/ClientSourceFiles.h"
 #include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/EmbeddedBundleInformation.h"
@@ -13,7 +14,7 @@
 #include "adapters/linux/MainRunLoop.h"
 #include "adapters/linux/PolkitAuthorizationServices.h"
 #include "adapters/linux/SystemdServiceJob.h"
-#include "adapters/posix/PosixChildProcessLauncher.h"
+#include "adapters/linux/UserShares.h"
 #include "adapters/posix/PosixFileManager.h"
 #include "platform/Platform.h"
 #include "system/Descriptor.h"
@@ -25,6 +26,7 @@ class LinuxPlatform final : public Platform {
  public:
   /// @p listening is the socket on which the service manager listens for the one service. @p group and
   /// @p anchor tell who may be a client.
+  /// Raises this process's limit of descriptors as far as it may; the children that it launches get the one it had.
   LinuxPlatform(Descriptor listening, CompanionGroup group, codesign::Certificate anchor);
 
   MainQueue& mainQueue() override { return mainQueue_; }
@@ -44,7 +46,8 @@ class LinuxPlatform final : public Platform {
   JournalLog unifiedLog_;
   PosixFileManager fileManager_;
   ClientSourceFiles sourceFiles_;
-  PosixChildProcessLauncher childProcessLauncher_;
+  const std::shared_ptr<UserShares> shares_ = std::make_shared<UserShares>();
+  ClientChildProcessLauncher childProcessLauncher_;
   PolkitAuthorizationServices authorizationServices_;
   LinuxCodeSigningServices codeSigningServices_;
   EmbeddedBundleInformation mainBundle_;

@@ -13,6 +13,7 @@
 
 #include "platform/Connection.h"
 #include "protocol/ReplyCode.h"
+#include "wire/UserLimits.h"
 
 namespace wicket::linux_adapter {
 
@@ -34,6 +35,11 @@ struct MethodReply {
 struct MissingReply {
   RequestId request;
 };
+/// The call was not carried out: its user has as much as he may have.
+struct LimitReached {
+  RequestId request;
+  const wire::UserLimit* limit;
+};
 struct CalledAgain {
   RequestId request;
   ReplyCode code;
@@ -41,7 +47,7 @@ struct CalledAgain {
 struct LogLine {
   std::string text;
 };
-using Outgoing = std::variant<MethodReply, MissingReply, CalledAgain, LogLine>;
+using Outgoing = std::variant<MethodReply, MissingReply, LimitReached, CalledAgain, LogLine>;
 
 /// What one client has still to be sent, in the order it was produced, with an account of the memory
 /// it takes. Any thread.

@@ -19,6 +19,13 @@ constexpr int peerPidfdOption = 77;
 
 bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
 
+std::optional<ucred> credentialsOf(int socket) {
+  ucred credentials{};
+  socklen_t length = sizeof credentials;
+  if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0) return std::nullopt;
+  return credentials;
+}
+
 Pidfd pidfdOfPeer(int socket, pid_t pid) {
   int descriptor = -1;
   socklen_t length = sizeof descriptor;
@@ -74,9 +81,9 @@ bool addProcFacts(AuditTokenWords& words, const ProcessFiles& files) {
 }  // namespace
 
 std::expected<PeerProcess, int> PeerProcess::ofSocket(int descriptor) {
-  ucred credentials{};
-  socklen_t length = sizeof credentials;
-  if (::getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0) return PeerProcess(0, 0);
+  const auto known = credentialsOf(descriptor);
+  if (!known) return PeerProcess(0, 0);
+  const ucred& credentials = *known;
   PeerProcess peer(credentials.pid, credentials.uid);
   AuditTokenWords words = wordsOf(credentials);
   peer.token_ = words.data();
@@ -97,6 +104,12 @@ std::expected<PeerProcess, int> PeerProcess::ofSocket(int descriptor) {
   peer.image_ = image;
   peer.token_ = words.data();
   return peer;
+}
+
+uid_t PeerProcess::userOf(int descriptor) {
+  constexpr auto nobody = static_cast<uid_t>(-1);
+  const auto credentials = credentialsOf(descriptor);
+  return credentials ? credentials->uid : nobody;
 }
 
 bool PeerProcess::isUnchanged() const {

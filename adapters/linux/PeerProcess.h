@@ -21,9 +21,11 @@ class PeerProcess {
   /// for it. A process that has gone by then is described as far as the kernel remembers it, and one of
   /// which the kernel says nothing is nobody: all zero.
   [[nodiscard]] static std::expected<PeerProcess, int> ofSocket(int descriptor);
+  /// The user alone, as whom it connected; the one that stands for nobody when the kernel says nothing.
+  [[nodiscard]] static uid_t userOf(int descriptor);
 
   [[nodiscard]] const AuditTokenData& auditToken() const { return token_; }
-  [[nodiscard]] CallingClient client() const { return {pid_, uid_}; }
+  [[nodiscard]] CallingClient client() const { return {pid_, uid_, {}}; }
   [[nodiscard]] pid_t pid() const { return pid_; }
   /// Whether the process is alive and runs the executable that it ran when the connection was accepted.
   /// Any thread.

@@ -23,6 +23,10 @@ void ReplyBlock::call(ReplyValue value) {
   }
 }
 
+void ReplyBlock::refuse(const wire::UserLimit& limit) {
+  if (!wasCalled_.exchange(true)) send(LimitReached{request_, &limit});
+}
+
 void ReplyBlock::send(Outgoing item) const {
   if (const auto connection = connection_.lock()) connection->send(std::move(item));
 }

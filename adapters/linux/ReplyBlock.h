@@ -22,6 +22,8 @@ class ReplyBlock {
   ~ReplyBlock();
 
   void call(ReplyValue value);
+  /// Instead of the first call.
+  void refuse(const wire::UserLimit& limit);
 
  private:
   void send(Outgoing item) const;

@@ -77,24 +77,15 @@ class SpawnSettings {
   int error_ = 0;
 };
 
-/// argv for the system: C strings, which end at the first NUL, and a null pointer.
-class ArgumentVector {
- public:
-  ArgumentVector(const std::string& launchPath, const std::vector<std::string>& arguments) {
-    strings_.reserve(arguments.size() + 1);
-    strings_.push_back(launchPath);
-    strings_.insert(strings_.end(), arguments.begin(), arguments.end());
-    for (std::string& string : strings_) pointers_.push_back(string.data());
-    pointers_.push_back(nullptr);
-  }
-  [[nodiscard]] char* const* get() const { return pointers_.data(); }
-
- private:
-  std::vector<std::string> strings_;
-  std::vector<char*> pointers_;
-};
-
 }  // namespace
+
+ArgumentVector::ArgumentVector(const std::string& launchPath, const std::vector<std::string>& arguments) {
+  strings_.reserve(arguments.size() + 1);
+  strings_.push_back(launchPath);
+  strings_.insert(strings_.end(), arguments.begin(), arguments.end());
+  for (std::string& string : strings_) pointers_.push_back(string.data());
+  pointers_.push_back(nullptr);
+}
 
 std::expected<pid_t, LaunchError> spawnChild(const std::string& launchPath, const std::vector<std::string>& arguments,
                                              const ChildPipes& pipes) {

@@ -91,12 +91,13 @@ class ChildThreads {
   std::thread end_;
 };
 
-std::expected<std::shared_ptr<ChildProcess>, LaunchError> start(ChildProcessTask& task) {
+std::expected<std::shared_ptr<ChildProcess>, LaunchError> start(ChildProcessTask& task,
+                                                                const posix::SpawnChild& spawnChild) {
   auto pipes = ChildPipes::make();
   if (!pipes) return std::unexpected(LaunchError{pipes.error()});
   auto child = std::make_shared<RunningChild>();
   ChildThreads threads(child, task, *pipes);
-  const auto pid = posix::spawnChild(task.launchPath, task.arguments, *pipes);
+  const auto pid = spawnChild(task.launchPath, task.arguments, *pipes);
   if (!pid) return std::unexpected(pid.error());
   pipes->closeChildEnds();
   threads.letGo(*pid);
@@ -105,7 +106,8 @@ std::expected<std::shared_ptr<ChildProcess>, LaunchError> start(ChildProcessTask
 
 }  // namespace
 
-PosixChildProcessLauncher::PosixChildProcessLauncher() {
+PosixChildProcessLauncher::PosixChildProcessLauncher(posix::SpawnChild spawnChild)
+    : spawnChild_(std::move(spawnChild)) {
   // A process that ignores SIGCHLD, perhaps because whoever started it did, loses the exit statuses.
   struct sigaction action{};
   if (::sigaction(SIGCHLD, nullptr, &action) != 0 || action.sa_handler != SIG_IGN) return;
@@ -115,7 +117,7 @@ PosixChildProcessLauncher::PosixChildProcessLauncher() {
 
 std::expected<std::shared_ptr<ChildProcess>, LaunchError> PosixChildProcessLauncher::launch(ChildProcessTask task) {
   try {
-    return start(task);
+    return start(task, spawnChild_);
   } catch (const std::system_error&) {
     return std::unexpected(LaunchError{EAGAIN});
   } catch (const std::bad_alloc&) {

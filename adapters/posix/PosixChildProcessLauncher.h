@@ -5,16 +5,20 @@
 #include <expected>
 #include <memory>
 
+#include "adapters/posix/ChildSpawn.h"
 #include "platform/ChildProcess.h"
 
 namespace wicket {
 
-/// Children by posix_spawn. Each one has two detached threads, which end with it and its streams:
-/// one waits for its end, the other runs the handlers.
+/// Children by posix_spawn, or by what the system's own adapters do instead. Each one has two detached threads, which
+/// end with it and its streams: one waits for its end, the other runs the handlers.
 class PosixChildProcessLauncher : public ChildProcessLauncher {
  public:
-  PosixChildProcessLauncher();
+  explicit PosixChildProcessLauncher(posix::SpawnChild spawnChild = posix::spawnChild);
   [[nodiscard]] std::expected<std::shared_ptr<ChildProcess>, LaunchError> launch(ChildProcessTask task) override;
+
+ private:
+  const posix::SpawnChild spawnChild_;
 };
 
 }  // namespace wicket

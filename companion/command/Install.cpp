@@ -80,7 +80,8 @@ int send(Context& context, const std::string& source, const std::string& name) {
   } else {
     context.output.printProblem(
         {"The helper could not install " + destination + " (code " + std::to_string(*code) + ")",
-         "Check that the disk has room and that root may read " + quotedText(source)});
+         "Check that you may read " + quotedText(source) +
+             ", that nobody changed it meanwhile, and that the disk has room"});
   }
   return exit_status::failure;
 }

@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "wire/UserLimits.h"
+
 namespace wicket::companion::command {
 
 namespace {
@@ -50,7 +52,19 @@ Problem problemWith(const ConnectionError& error, const std::string& socketPath)
 }
 
 Problem problemWith(CallError error) {
+  const auto most = [](const wire::UserLimit& limit) { return std::to_string(limit.most); };
   switch (error) {
+    case CallError::tooManyConnections:
+      return {"You have " + most(wire::openConnections) +
+                  " connections to the helper open, which is as many as a user may have",
+              "Let other wicket commands end, then try again"};
+    case CallError::tooManyQuestions:
+      return {"You have " + most(wire::openQuestions) +
+                  " installations waiting for their consent, which is as many as a user may have",
+              "Answer or end them, then try again"};
+    case CallError::tooManyScripts:
+      return {"You have " + most(wire::runningScripts) + " scripts running, which is as many as a user may have",
+              "Wait until one has ended, then try again"};
     case CallError::connectionCut:
       return {"The helper cut the connection before it answered",
               "See why it would refuse this command with: wicket doctor"};
