@@ -11,7 +11,7 @@
 
 namespace wicket::linux_adapter {
 
-/// The one thread that touches sd-event and sd-bus objects. It answers the doorbell and whatever
+/// The one thread that touches the sd-event and sd-bus objects of clients. It answers the doorbell and whatever
 /// sources are added to its event loop.
 class BusThread {
  public:

@@ -10,14 +10,13 @@
 
 #include "adapters/linux/AuditTokenWords.h"
 #include "adapters/linux/ProcessFiles.h"
+#include "adapters/linux/Shortage.h"
 
 namespace wicket::linux_adapter {
 namespace {
 
 /// The C library of Debian 12 is older than the option.
 constexpr int peerPidfdOption = 77;
-
-bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
 
 std::optional<ucred> credentialsOf(int socket) {
   ucred credentials{};

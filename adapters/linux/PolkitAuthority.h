@@ -3,30 +3,22 @@
 #pragma once
 
 #include <expected>
-#include <string>
+#include <memory>
+#include <mutex>
 
-#include "adapters/linux/ProcessIdentity.h"
-#include "adapters/linux/SdHandle.h"
-#include "platform/AuthorizationServices.h"
+#include "adapters/linux/PolkitConversation.h"
 
 namespace wicket::linux_adapter {
 
-/// One conversation with polkit over a connection of its own to the system bus.
+/// Sees to it that all who ask polkit at the same time do so in one conversation. Any thread.
 class PolkitAuthority {
  public:
-  /// -60008 when there is no system bus.
-  [[nodiscard]] static std::expected<PolkitAuthority, AuthorizationStatus> connect();
-
-  /// Asks whether the process may do this, which may put a question to its user: blocks without a time
-  /// limit until he has answered.
-  [[nodiscard]] AuthorizationStatus checkAuthorization(const ProcessIdentity& subject, const std::string& action);
+  /// The one that is under way, or else a new one; -60008 when there is none to be had.
+  [[nodiscard]] std::expected<std::shared_ptr<PolkitConversation>, AuthorizationStatus> conversation();
 
  private:
-  explicit PolkitAuthority(SdHandle<sd_bus> bus) : bus_(std::move(bus)) {}
-  [[nodiscard]] bool knowsPidfds();
-  [[nodiscard]] SdHandle<sd_bus_message> makeRequest(const ProcessIdentity& subject, const std::string& action);
-
-  SdHandle<sd_bus> bus_;
+  std::mutex mutex_;
+  std::weak_ptr<PolkitConversation> current_;
 };
 
 }  // namespace wicket::linux_adapter

@@ -20,13 +20,13 @@ class ProcessFiles {
 
   /// "/proc/PID/NAME".
   [[nodiscard]] std::string path(std::string_view name) const;
-  /// The whole content; none when there is no such process.
+  /// The whole content. None, with errno set, when there is no such process or no reading it.
   [[nodiscard]] std::optional<std::string> read(std::string_view name) const;
   /// A file that holds one number, such as "loginuid".
   [[nodiscard]] std::optional<std::uint32_t> number(std::string_view name) const;
   /// What a link such as "exe" leads to.
   [[nodiscard]] std::optional<struct stat> target(std::string_view name) const;
-  /// Clock ticks since boot, field 22 of "stat".
+  /// Clock ticks since boot, field 22 of "stat". None as with read().
   [[nodiscard]] std::optional<std::uint64_t> startTime() const;
 
   /// The number at position @p index, from 0, in the line of @p key in the content of "status".

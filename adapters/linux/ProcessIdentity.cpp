@@ -2,6 +2,8 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/ProcessIdentity.h"
 
+#include <cerrno>
+#include <optional>
 #include <utility>
 
 #include "adapters/linux/ProcessFiles.h"
@@ -9,7 +11,7 @@
 namespace wicket::linux_adapter {
 namespace {
 
-/// The real user, who is the process's owner for polkit too.
+/// The real user, who is the process's owner for polkit too. None, with errno set, when there was no reading.
 std::optional<std::uint32_t> userOf(const ProcessFiles& files) {
   const auto status = files.read("status");
   return status ? ProcessFiles::statusNumber(*status, "Uid") : std::nullopt;
@@ -20,15 +22,17 @@ std::optional<std::uint32_t> userOf(const ProcessFiles& files) {
 ProcessIdentity::ProcessIdentity(Pidfd pidfd, std::uint32_t pid, std::uint32_t uid, std::uint64_t startTime)
     : pidfd_(std::move(pidfd)), pid_(pid), uid_(uid), startTime_(startTime), pidfdInode_(pidfd_.inode()) {}
 
-std::optional<ProcessIdentity> ProcessIdentity::of(std::uint32_t pid) {
-  if (pid == 0 || !std::in_range<pid_t>(pid)) return std::nullopt;
+std::expected<ProcessIdentity, int> ProcessIdentity::of(std::uint32_t pid) {
+  if (pid == 0 || !std::in_range<pid_t>(pid)) return std::unexpected(ESRCH);
   Pidfd pidfd = Pidfd::open(static_cast<pid_t>(pid));
-  if (!pidfd.isOpen()) return std::nullopt;
+  if (!pidfd.isOpen()) return std::unexpected(errno);
   const ProcessFiles files(static_cast<pid_t>(pid));
   const auto startTime = files.startTime();
+  if (!startTime) return std::unexpected(errno);
   const auto uid = userOf(files);
+  if (!uid) return std::unexpected(errno);
   // Alive after /proc was read: so the number belonged to this process all the time.
-  if (!startTime || !uid || !pidfd.isAlive()) return std::nullopt;
+  if (!pidfd.isAlive()) return std::unexpected(ESRCH);
   return ProcessIdentity(std::move(pidfd), pid, *uid, *startTime);
 }
 
@@ -37,9 +41,11 @@ bool ProcessIdentity::matches(const wire::AuthorizationToken& token) const {
   return token.pid == pid_ && token.uid == uid_ && token.startTime == startTime_ && inodesAgree;
 }
 
-bool ProcessIdentity::isUnchanged() const {
+std::expected<void, int> ProcessIdentity::confirm() const {
   const auto uid = userOf(ProcessFiles(static_cast<pid_t>(pid_)));
-  return uid == uid_ && pidfd_.isAlive();
+  if (!uid) return std::unexpected(errno);
+  if (uid != uid_ || !pidfd_.isAlive()) return std::unexpected(ESRCH);
+  return {};
 }
 
 }  // namespace wicket::linux_adapter

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <expected>
 
 #include "adapters/linux/Pidfd.h"
 #include "wire/AuthorizationToken.h"
@@ -13,13 +13,14 @@ namespace wicket::linux_adapter {
 /// A living process with what tells it from every other, even from a later one of the same number.
 class ProcessIdentity {
  public:
-  /// None when there is no such process, or it has ended and only waits for its parent.
-  [[nodiscard]] static std::optional<ProcessIdentity> of(std::uint32_t pid);
+  /// An errno: ESRCH when there is no such process, or it has ended and only waits for its parent; a shortage
+  /// (isShortage) says nothing about it.
+  [[nodiscard]] static std::expected<ProcessIdentity, int> of(std::uint32_t pid);
 
   /// Whether the token names this process. The inode decides only where both sides have one.
   [[nodiscard]] bool matches(const wire::AuthorizationToken& token) const;
-  /// Whether the process still runs as the same user.
-  [[nodiscard]] bool isUnchanged() const;
+  /// Succeeds while the process runs as the same user; otherwise an errno as of() gives it.
+  [[nodiscard]] std::expected<void, int> confirm() const;
 
   [[nodiscard]] std::uint32_t pid() const { return pid_; }
   [[nodiscard]] std::uint32_t uid() const { return uid_; }

@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <future>
 #include <gtest/gtest.h>
 #include <optional>
@@ -12,7 +13,7 @@
 
 #include "adapters/linux/CallingClient.h"
 #include "tests/contract/AuthorizationWorlds.h"
-#include "tests/support/ComesTrue.h"
+#include "tests/support/DescriptorAllowance.h"
 #include "tests/support/ProcessInspection.h"
 
 namespace wicket::contract {
@@ -116,29 +117,6 @@ TEST_F(PolkitAuthorizationTest, OutsideAClientsCallNobodyIsAuthorized) {
   EXPECT_EQ(status.get(), authorization_status::denied);
 }
 
-TEST_F(PolkitAuthorizationTest, AClientThatEndsWhileTheUserIsAskedIsDenied) {
-  world_->startAgent(PolkitAgent::Behaviour::authenticates);
-  world_->agent().hold();
-  const auto held = reference();
-  ASSERT_NE(held, nullptr);
-  auto status = std::async(std::launch::async, [&] { return ask(*held); });
-  EXPECT_TRUE(support::comesTrue(
-      [&] { return world_->agent().numberOfQuestions() > 0 || status.wait_for(0ms) == std::future_status::ready; }));
-  EXPECT_EQ(world_->agent().numberOfQuestions(), 1);
-  world_->client().endUnnoticed();
-  world_->agent().release();
-  EXPECT_EQ(status.get(), authorization_status::denied);
-}
-
-TEST_F(PolkitAuthorizationTest, TheDialogShowsWhatIsAsked) {
-  world_->startAgent(PolkitAgent::Behaviour::authenticates);
-  const auto held = reference();
-  ASSERT_NE(held, nullptr);
-  EXPECT_EQ(ask(*held), authorization_status::success);
-  EXPECT_EQ(world_->agent().numberOfQuestions(), 1);
-  EXPECT_EQ(world_->agent().message(), "Tolvern wants to install a privileged script in a safe location.");
-}
-
 TEST_F(PolkitAuthorizationTest, EachRequestAsksTheUserAnew) {
   world_->startAgent(PolkitAgent::Behaviour::authenticates);
   const auto held = reference();
@@ -197,6 +175,27 @@ TEST_F(PolkitAuthorizationTest, AnotherBusInTheEnvironmentIsNotAsked) {
   ASSERT_EQ(::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere", 1), 0);
   EXPECT_EQ(ask(*held), authorization_status::success);
   ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+}
+
+/// As many as it takes, one more each time: wherever they run out, that is no word about the client.
+TEST_F(PolkitAuthorizationTest, AShortageOfDescriptorsIsNoRefusal) {
+  world_->decide(Decision::grant);
+  const auto form = world_->form();
+  const auto held = reference();
+  ASSERT_NE(held, nullptr);
+  constexpr rlim_t plenty = 50;
+  const auto whenEnough = [](const std::function<AuthorizationStatus()>& attempt) {
+    rlim_t enough = 0;
+    auto status = authorization_status::internal;
+    for (; status == authorization_status::internal && enough < plenty; ++enough) {
+      const support::DescriptorAllowance few(enough);
+      status = attempt();
+    }
+    EXPECT_GT(enough, 1U);
+    return status;
+  };
+  EXPECT_EQ(whenEnough([&] { return create(form); }), authorization_status::success);
+  EXPECT_EQ(whenEnough([&] { return ask(*held); }), authorization_status::success);
 }
 
 TEST_F(PolkitAuthorizationTest, AReferenceOfSomebodyElsesMakingIsInvalid) {

@@ -82,8 +82,7 @@ class PolkitWorld : public AuthorizationWorld {
   PolkitWorld() {
     if (const auto reason = support::PrivateNamespace::enter()) throw std::runtime_error(*reason);
     if (!folders_.replace("/run")) throw std::runtime_error("/run cannot be replaced");
-    sandbox_ = support::PolkitSandbox::start(WICKET_POLICY);
-    if (sandbox_ == nullptr) throw std::runtime_error("polkit was not started");
+    startPolkit();
   }
 
   AuthorizationServices& services() override { return services_; }
@@ -107,6 +106,11 @@ class PolkitWorld : public AuthorizationWorld {
   }
   [[nodiscard]] support::UserProcess& client() { return client_; }
   [[nodiscard]] support::PolkitAgent& agent() { return *agent_; }
+  void startPolkit() {
+    sandbox_ = support::PolkitSandbox::start(WICKET_POLICY);
+    if (sandbox_ == nullptr) throw std::runtime_error("polkit was not started");
+  }
+  /// And the bus with it.
   void endPolkit() { sandbox_.reset(); }
 
  private:

@@ -5,12 +5,11 @@
 #include <ctime>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <thread>
 
 #include "tests/contract/ClientWorlds.h"
 #include "tests/contract/RealListener.h"
-#include "tests/support/ProcessInspection.h"
+#include "tests/support/DescriptorAllowance.h"
 #include "tests/support/RawClient.h"
 #include "tests/support/Stopwatch.h"
 
@@ -18,25 +17,8 @@ namespace wicket::contract {
 namespace {
 
 using namespace std::chrono_literals;
-using support::ProcessInspection;
+using support::DescriptorAllowance;
 using support::RawClient;
-
-/// Lets the process have so many more descriptors and no others, for as long as it lives.
-class DescriptorAllowance {
- public:
-  explicit DescriptorAllowance(std::size_t more) {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    rlimit allowed = before_;
-    allowed.rlim_cur = ProcessInspection::descriptorCount(getpid()) + more;
-    setrlimit(RLIMIT_NOFILE, &allowed);
-  }
-  DescriptorAllowance(const DescriptorAllowance&) = delete;
-  DescriptorAllowance& operator=(const DescriptorAllowance&) = delete;
-  ~DescriptorAllowance() { setrlimit(RLIMIT_NOFILE, &before_); }
-
- private:
-  rlimit before_{};
-};
 
 double processorSeconds() {
   timespec time{};
@@ -53,7 +35,7 @@ TEST(BusListenerTest, ClientsForWhomThereAreNoDescriptorsWaitAndAreServedLater) 
   std::vector<std::unique_ptr<RawClient>> clients;
   for (int i = 0; i < 8; ++i) clients.push_back(std::make_unique<RawClient>(socket.path()));
   {
-    const DescriptorAllowance few(12);
+    const DescriptorAllowance few(13);
     listener.resume();
     EXPECT_TRUE(clients.front()->authenticate());
     EXPECT_NE(delegate.await(0), nullptr);

@@ -150,7 +150,9 @@ TEST_F(AuthorizationTest, AnAdministratorWhoAuthenticatesGrants) {
   startAgent(Behaviour::authenticates);
   expectGranted(userToken());
   EXPECT_EQ(agent().numberOfQuestions(), 1);
-  EXPECT_EQ(agent().message(), "Tolvern wants to install a privileged script in a safe location.");
+  EXPECT_THAT(agent().message(),
+              testing::StartsWith("Tolvern wants to install a privileged script in a safe location."));
+  EXPECT_THAT(agent().message(), testing::HasSubstr(R"( User: "nobody" (65534).)"));
 }
 
 TEST_F(AuthorizationTest, ADialogThatIsDismissedCancels) {

@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "tests/support/PolkitAgent.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <fstream>
@@ -9,6 +10,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 namespace wicket::support {
 namespace {
@@ -72,13 +74,29 @@ void PolkitAgent::hold() {
 void PolkitAgent::release() {
   const std::scoped_lock lock(mutex_);
   isHeld_ = false;
-  released_.notify_all();
+}
+
+void PolkitAgent::decide(std::size_t dialog, Behaviour behaviour) {
+  const std::scoped_lock lock(mutex_);
+  questions_.at(dialog).decision = behaviour;
+}
+
+std::vector<PolkitAgent::Dialog> PolkitAgent::dialogs() const {
+  const std::scoped_lock lock(mutex_);
+  std::vector<Dialog> all;
+  for (const auto& question : questions_) all.push_back(question.dialog);
+  return all;
+}
+
+std::string PolkitAgent::message() const {
+  const std::scoped_lock lock(mutex_);
+  return questions_.empty() ? std::string() : questions_.back().dialog.message;
 }
 
 PolkitAgent::~PolkitAgent() {
-  release();
   stopping_ = true;
   if (thread_.joinable()) thread_.join();
+  questions_.clear();
   sd_bus_flush_close_unref(bus_);
 }
 
@@ -95,44 +113,79 @@ void PolkitAgent::serve() {
   constexpr std::uint64_t pollInterval = 20'000;
   while (!stopping_) {
     const int result = sd_bus_process(bus_, nullptr);
-    if (result < 0 || (result == 0 && sd_bus_wait(bus_, pollInterval) < 0)) return;
+    if (result < 0) return;
+    if (result > 0 || answerNext()) continue;
+    if (sd_bus_wait(bus_, pollInterval) < 0) return;
   }
 }
 
-int PolkitAgent::onBeginAuthentication(sd_bus_message* question, void* agent, sd_bus_error* error) {
-  return static_cast<PolkitAgent*>(agent)->answer(question, error);
+int PolkitAgent::onBeginAuthentication(sd_bus_message* call, void* agent, sd_bus_error* /*error*/) {
+  return static_cast<PolkitAgent*>(agent)->open(call);
 }
 
-int PolkitAgent::onCancelAuthentication(sd_bus_message* notice, void* /*agent*/, sd_bus_error* /*error*/) {
-  return sd_bus_reply_method_return(notice, "");
+int PolkitAgent::onCancelAuthentication(sd_bus_message* notice, void* agent, sd_bus_error* /*error*/) {
+  return static_cast<PolkitAgent*>(agent)->cancel(notice);
 }
 
-int PolkitAgent::answer(sd_bus_message* question, sd_bus_error* error) {
+int PolkitAgent::open(sd_bus_message* call) {
   const char* action = nullptr;
   const char* message = nullptr;
   const char* icon = nullptr;
   const char* cookie = nullptr;
-  if (sd_bus_message_read(question, "sss", &action, &message, &icon) < 0 ||
-      sd_bus_message_skip(question, "a{ss}") < 0 || sd_bus_message_read(question, "s", &cookie) < 0) {
+  if (sd_bus_message_read(call, "sss", &action, &message, &icon) < 0 || sd_bus_message_skip(call, "a{ss}") < 0 ||
+      sd_bus_message_read(call, "s", &cookie) < 0) {
     return -EBADMSG;
   }
+  Question question;
+  question.dialog.message = message;
+  question.cookie = cookie;
+  question.call.reset(sd_bus_message_ref(call));
+  const std::scoped_lock lock(mutex_);
+  questions_.push_back(std::move(question));
+  return 1;
+}
+
+int PolkitAgent::cancel(sd_bus_message* notice) {
+  const char* cookie = nullptr;
+  if (sd_bus_message_read(notice, "s", &cookie) < 0) return -EBADMSG;
+  const std::scoped_lock lock(mutex_);
+  for (auto& question : questions_) {
+    if (question.cookie != cookie) continue;
+    question.dialog.isCanceled = true;
+    question.call.reset();
+  }
+  return sd_bus_reply_method_return(notice, "");
+}
+
+/// Whether there was one to answer.
+bool PolkitAgent::answerNext() {
+  linux_adapter::SdHandle<sd_bus_message> call;
+  std::string cookie;
+  Behaviour behaviour{};
   {
     const std::scoped_lock lock(mutex_);
-    message_ = message;
+    const auto next = std::ranges::find_if(
+        questions_, [this](const Question& question) { return question.call && (question.decision || !isHeld_); });
+    if (next == questions_.end()) return false;
+    call = std::move(next->call);
+    cookie = next->cookie;
+    behaviour = next->decision.value_or(behaviour_);
   }
-  ++questions_;
-  {
-    std::unique_lock lock(mutex_);
-    released_.wait(lock, [this] { return !isHeld_; });
+  answer(call.get(), cookie, behaviour);
+  return true;
+}
+
+void PolkitAgent::answer(sd_bus_message* call, const std::string& cookie, Behaviour behaviour) {
+  if (behaviour == Behaviour::dismisses) {
+    sd_bus_reply_method_errorf(call, "org.freedesktop.PolicyKit1.Error.Cancelled", "The user closed the dialog");
+    return;
   }
-  if (behaviour_ == Behaviour::dismisses) {
-    return sd_bus_error_set(error, "org.freedesktop.PolicyKit1.Error.Cancelled", "The user closed the dialog");
+  const int confirmed = behaviour == Behaviour::authenticates ? confirm(cookie) : 0;
+  if (confirmed < 0) {
+    sd_bus_reply_method_errno(call, confirmed, nullptr);
+  } else {
+    sd_bus_reply_method_return(call, "");
   }
-  if (behaviour_ == Behaviour::authenticates) {
-    const int confirmed = confirm(cookie);
-    if (confirmed < 0) return confirmed;
-  }
-  return sd_bus_reply_method_return(question, "");
 }
 
 // As agents do it: by a program of root's that has seen the password, in the name of the agent's user.
