@@ -51,7 +51,6 @@ Loading load() {
   RESOLVE(plist_free);
   RESOLVE(plist_get_node_type);
   RESOLVE(plist_get_bool_val);
-  RESOLVE(plist_get_uint_val);
   RESOLVE(plist_get_real_val);
   RESOLVE(plist_get_string_ptr);
   RESOLVE(plist_get_data_ptr);
@@ -60,7 +59,6 @@ Loading load() {
   RESOLVE(plist_dict_new_iter);
   RESOLVE(plist_dict_next_item);
   RESOLVE(plist_new_bool);
-  RESOLVE(plist_new_uint);
   RESOLVE(plist_new_real);
   RESOLVE(plist_new_string);
   RESOLVE(plist_new_data);

@@ -14,7 +14,6 @@ struct PropertyListLibrary {
   decltype(&::plist_free) plist_free;
   decltype(&::plist_get_node_type) plist_get_node_type;
   decltype(&::plist_get_bool_val) plist_get_bool_val;
-  decltype(&::plist_get_uint_val) plist_get_uint_val;
   decltype(&::plist_get_real_val) plist_get_real_val;
   decltype(&::plist_get_string_ptr) plist_get_string_ptr;
   decltype(&::plist_get_data_ptr) plist_get_data_ptr;
@@ -23,7 +22,6 @@ struct PropertyListLibrary {
   decltype(&::plist_dict_new_iter) plist_dict_new_iter;
   decltype(&::plist_dict_next_item) plist_dict_next_item;
   decltype(&::plist_new_bool) plist_new_bool;
-  decltype(&::plist_new_uint) plist_new_uint;
   decltype(&::plist_new_real) plist_new_real;
   decltype(&::plist_new_string) plist_new_string;
   decltype(&::plist_new_data) plist_new_data;

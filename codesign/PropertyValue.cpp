@@ -3,12 +3,13 @@
 #include "codesign/PropertyValue.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <new>
-#include <optional>
 #include <type_traits>
 
 #include "codesign/PropertyListLibrary.h"
+#include "codesign/WrittenValue.h"
 
 namespace wicket::codesign {
 namespace {
@@ -32,10 +33,30 @@ std::unexpected<PropertyListError> propertyListError(std::string message) {
 
 Result valueOf(plist_t node, int depth);
 
-std::int64_t integerOf(plist_t node) {
-  std::uint64_t value = 0;
-  library().plist_get_uint_val(node, &value);
-  return static_cast<std::int64_t>(value);
+std::string xmlOf(plist_t node) {
+  char* text = nullptr;
+  std::uint32_t length = 0;
+  library().plist_to_xml(node, &text, &length);
+  if (text == nullptr) throw std::bad_alloc();
+  const std::unique_ptr<char, void (*)(char*)> owner(text, library().freeText);
+  return {text, length};
+}
+
+/// Stands in a line of its own, after the line that opens the property list and before the one that closes it.
+PropertyOther otherOf(plist_t node) {
+  const std::string text = xmlOf(node);
+  const std::size_t begin = text.find('\n', text.find("<plist")) + 1;
+  return {text.substr(begin, text.rfind("\n</plist>") - begin)};
+}
+
+/// The library hands out the bits of a number without saying whether they mean a negative one; it writes it right.
+PropertyValue integerOf(plist_t node) {
+  PropertyOther other = otherOf(node);
+  const std::string number = WrittenValue{"integer", {}, other.element}.content();
+  const char* const end = number.data() + number.size();
+  std::int64_t value = 0;
+  const auto [stop, error] = std::from_chars(number.data(), end, value);
+  return error == std::errc() && stop == end ? PropertyValue(value) : PropertyValue(std::move(other));
 }
 
 double realOf(plist_t node) {
@@ -102,7 +123,7 @@ Result valueOf(plist_t node, int depth) {
       return PropertyValue(value != 0);
     }
     case PLIST_UINT:
-      return PropertyValue(integerOf(node));
+      return integerOf(node);
     case PLIST_REAL:
       return PropertyValue(realOf(node));
     case PLIST_STRING:
@@ -114,11 +135,18 @@ Result valueOf(plist_t node, int depth) {
     case PLIST_DICT:
       return dictionaryOf(node, depth);
     default:
-      return propertyListError("the property list has a value of a kind that is not taken");
+      return PropertyValue(otherOf(node));
   }
 }
 
 Node nodeOf(const PropertyValue& value);
+
+Node nodeOfElement(const std::string& element) {
+  const std::string text = "<plist version=\"1.0\">" + element + "</plist>";
+  plist_t node = nullptr;
+  library().plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &node);
+  return Node(node);
+}
 
 Node nodeOfArray(const PropertyArray& array) {
   Node node(library().plist_new_array());
@@ -147,7 +175,8 @@ Node nodeOf(const PropertyValue& value) {
     return Node(library().plist_new_bool(*flag ? 1 : 0));
   }
   if (const auto* integer = value.as<std::int64_t>()) {
-    return Node(library().plist_new_uint(static_cast<std::uint64_t>(*integer)));
+    // Releases differ in what they make of a number with the first bit set, but not in what they read.
+    return nodeOfElement("<integer>" + std::to_string(*integer) + "</integer>");
   }
   if (const auto* real = value.as<double>()) {
     return Node(library().plist_new_real(*real));
@@ -161,8 +190,25 @@ Node nodeOf(const PropertyValue& value) {
   if (const auto* array = value.as<PropertyArray>()) {
     return nodeOfArray(*array);
   }
+  if (const auto* other = value.as<PropertyOther>()) {
+    return nodeOfElement(other->element);
+  }
   const auto* const dictionary = value.as<PropertyDictionary>();
   return dictionary != nullptr ? nodeOfDictionary(*dictionary) : nullptr;
+}
+
+/// The library makes other numbers of those that 64 bits do not hold, and numbers of what is none. The greatest that it
+/// knows takes their place, which is none that is taken, either.
+std::string withoutWrappingIntegers(std::string_view text) {
+  constexpr std::string_view greatest = "<integer>18446744073709551615</integer>";
+  std::string result;
+  for (const WrittenValue& value : WrittenValue::allIn(text)) {
+    if (value.name != "integer" || value.isInteger()) continue;
+    const auto position = static_cast<std::size_t>(value.element.data() - text.data());
+    result.append(text.substr(0, position)).append(greatest);
+    text.remove_prefix(position + value.element.size());
+  }
+  return result.append(text);
 }
 
 }  // namespace
@@ -181,7 +227,8 @@ std::expected<PropertyValue, PropertyListError> PropertyValue::fromXml(std::stri
     return propertyListError("the property list is longer than " + std::to_string(longestText) + " bytes");
   }
   plist_t parsed = nullptr;
-  library().plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &parsed);
+  const std::string readable = withoutWrappingIntegers(text);
+  library().plist_from_xml(readable.data(), static_cast<std::uint32_t>(readable.size()), &parsed);
   const Node node(parsed);
   if (!node) {
     return propertyListError("this is no property list in XML");
@@ -189,16 +236,6 @@ std::expected<PropertyValue, PropertyListError> PropertyValue::fromXml(std::stri
   return valueOf(node.get(), 0);
 }
 
-std::string PropertyValue::toXml() const {
-  const Node node = nodeOf(*this);
-  char* text = nullptr;
-  std::uint32_t length = 0;
-  library().plist_to_xml(node.get(), &text, &length);
-  if (text == nullptr) {
-    throw std::bad_alloc();
-  }
-  const std::unique_ptr<char, void (*)(char*)> owner(text, library().freeText);
-  return {text, length};
-}
+std::string PropertyValue::toXml() const { return xmlOf(nodeOf(*this).get()); }
 
 }  // namespace wicket::codesign

@@ -21,6 +21,13 @@ using PropertyData = std::vector<std::byte>;
 using PropertyArray = std::vector<PropertyValue>;
 using PropertyDictionary = std::map<std::string, PropertyValue, std::less<>>;
 
+/// A value of another kind: a date, or an integer beyond std::int64_t.
+struct PropertyOther {
+  std::string element;  ///< as the library writes it in XML, with its tags
+
+  bool operator==(const PropertyOther&) const = default;
+};
+
 /// Why a text is no property list that is taken.
 struct PropertyListError {
   std::string message;
@@ -46,9 +53,10 @@ class PropertyValue {
   explicit PropertyValue(PropertyData value) : value_(std::move(value)) {}
   explicit PropertyValue(PropertyArray value) : value_(std::move(value)) {}
   explicit PropertyValue(PropertyDictionary value);
+  explicit PropertyValue(PropertyOther value) : value_(std::move(value)) {}
 
   /// The value if it is a Type, which is one of bool, std::int64_t, double, std::string, PropertyData,
-  /// PropertyArray and PropertyDictionary; else null. No kind is converted to another.
+  /// PropertyArray, PropertyDictionary and PropertyOther; else null. No kind is converted to another.
   template <typename Type>
   [[nodiscard]] const Type* as() const {
     if constexpr (std::same_as<Type, PropertyDictionary>) {
@@ -61,17 +69,17 @@ class PropertyValue {
 
   bool operator==(const PropertyValue& other) const;
 
-  /// Reads a property list in XML. Dates and references are refused, and so is the binary form: a few
-  /// bytes of it can stand for any amount of memory. Numbers from 2^63 on come out negative. The
-  /// caller must have made sure who wrote @p text: the library that reads it is not made for
-  /// strangers' bytes.
+  /// Reads a property list in XML. The binary form is refused: a few bytes of it can stand for any amount
+  /// of memory. No integer becomes another one: what the library would take for one is a PropertyOther,
+  /// though then of the greatest number that the library knows. The caller must have made sure who wrote
+  /// @p text: the library that reads it is not made for strangers' bytes.
   [[nodiscard]] static std::expected<PropertyValue, PropertyListError> fromXml(std::string_view text);
   /// The same value always gives the same text. Texts end at their first NUL.
   [[nodiscard]] std::string toXml() const;
 
  private:
   std::variant<bool, std::int64_t, double, std::string, PropertyData, PropertyArray,
-               std::shared_ptr<const PropertyDictionary>>
+               std::shared_ptr<const PropertyDictionary>, PropertyOther>
       value_;
 };
 

@@ -54,6 +54,7 @@ std::string jsonOf(const PropertyValue& value) {
   if (const auto* text = value.as<std::string>()) return jsonString(*text);
   if (const auto* data = value.as<PropertyData>()) return "{\"data\": \"" + inHexadecimal(*data) + "\"}";
   if (const auto* array = value.as<PropertyArray>()) return arrayText(*array);
+  if (const auto* other = value.as<PropertyOther>()) return "{\"xml\": " + jsonString(other->element) + "}";
   return dictionaryText(*value.as<PropertyDictionary>());
 }
 

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <charconv>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "codesign/CodeDirectory.h"
 #include "codesign/Signer.h"
+#include "codesign/WrittenValue.h"
 #include "codesign/command/Commands.h"
 #include "codesign/command/ExitStatus.h"
 #include "codesign/command/Files.h"
@@ -14,12 +17,28 @@ namespace wicket::codesign::command {
 
 namespace {
 
+/// A signature holds what was read, not the text. A value that was read as something else is nothing to sign.
+std::optional<Problem> differenceIn(const std::string& text, const PropertyValue& list) {
+  const std::string result = list.toXml();
+  for (const WrittenValue& value : WrittenValue::allIn(text)) {
+    const std::string name(value.name);
+    if (result.contains("<" + name + ">" + value.content() + "</" + name + ">")) continue;
+    return Problem{"The entitlement " + jsonString(value.key) + " has the " + name + " " + jsonString(value.content()) +
+                       ", which a signature cannot hold as it is written",
+                   "Correct it: whole numbers in decimal from -2^63 to 2^64-1, dates such as 2026-01-31T12:00:00Z"};
+  }
+  return std::nullopt;
+}
+
 std::expected<PropertyDictionary, Problem> entitlementsFrom(const std::string& path) {
   const auto text = textOfFile(path);
   if (!text) return std::unexpected(text.error());
   const auto list = PropertyValue::fromXml(*text);
   const auto* dictionary = list ? list->as<PropertyDictionary>() : nullptr;
-  if (dictionary != nullptr) return *dictionary;
+  if (dictionary != nullptr) {
+    if (auto difference = differenceIn(*text, *list)) return std::unexpected(*std::move(difference));
+    return *dictionary;
+  }
   return std::unexpected(Problem{"The file " + jsonString(path) + " holds no dictionary: " +
                                      (list ? "the property list is something else" : list.error().message),
                                  "Pass a property list in XML with --entitlements"});

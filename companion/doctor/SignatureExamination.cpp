@@ -70,7 +70,8 @@ std::vector<std::string> openDoorsIn(const codesign::PropertyDictionary& entitle
     const auto found = entitlements.find(name);
     if (found == entitlements.end()) continue;
     const Door door = doorOf(found->second);
-    if (door != Door::shut) open.push_back(std::string(name) + (door == Door::unclear ? " (not a number)" : ""));
+    if (door != Door::shut)
+      open.push_back(std::string(name) + (door == Door::unclear ? " (not a number: the helper ends at it)" : ""));
   }
   return open;
 }

@@ -322,11 +322,9 @@ TEST_F(CodeSigningServicesContractLinux, EachEntitlementThatLetsOtherCodeInRefus
     for (const char* const name :
          {"com.apple.security.get-task-allow", "com.apple.security.cs.disable-library-validation",
           "com.apple.security.cs.allow-dyld-environment-variables"}) {
-      const std::vector<std::pair<PropertyValue, bool>> cases{{PropertyValue(true), false},
-                                                              {PropertyValue(1), false},
-                                                              {PropertyValue(false), true},
-                                                              {PropertyValue(0), true},
-                                                              {PropertyValue(2), true}};
+      const std::vector<std::pair<PropertyValue, bool>> cases{{PropertyValue(true), false}, {PropertyValue(1), false},
+                                                              {PropertyValue(false), true}, {PropertyValue(0), true},
+                                                              {PropertyValue(-1), true},    {PropertyValue(2), true}};
       for (const auto& [value, isLetIn] : cases) {
         auto request = InstalledCompanion::genuineRequest();
         request.entitlements->emplace(name, value);

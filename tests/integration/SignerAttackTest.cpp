@@ -130,7 +130,7 @@ TEST_P(EntitlementAttackTest, ThatIsTrueOrOneRefusesTheCompanion) {
 }
 
 TEST_P(EntitlementAttackTest, ThatIsFalseZeroAbsentOrTwoDoesNot) {
-  for (const char* value : {"<false/>", "<integer>0</integer>", "<integer>2</integer>"}) {
+  for (const char* value : {"<false/>", "<integer>0</integer>", "<integer>2</integer>", "<integer>-1</integer>"}) {
     installWith(value);
     expectCopyServed();
   }
@@ -138,11 +138,20 @@ TEST_P(EntitlementAttackTest, ThatIsFalseZeroAbsentOrTwoDoesNot) {
   expectCopyServed();
 }
 
+TEST_F(SignerAttackTest, EntitlementsThatNobodyLooksAtMayHoldADateOrAnIntegerBeyond63Bits) {
+  install(
+      withEntitlements("<key>date</key><date>2026-01-31T12:00:00Z</date><key>list</key><array>"
+                       "<date>2026-01-31T12:00:00Z</date><integer>18446744073709551615</integer></array>"));
+  expectCopyServed();
+}
+
 /// Ends the helper on purpose, and so is no attack that the helper outlives.
 class NonNumericEntitlementTest : public IntegrationTest, public testing::WithParamInterface<std::string> {};
 
 INSTANTIATE_TEST_SUITE_P(All, NonNumericEntitlementTest,
-                         testing::Values("<string>1</string>", "<array/>", "<dict/>", "<data/>"),
+                         testing::Values("<string>1</string>", "<array/>", "<dict/>", "<data/>",
+                                         "<date>2026-01-31T12:00:00Z</date>",
+                                         "<integer>18446744073709551615</integer>"),
                          [](const auto& entry) { return entry.param.substr(1, entry.param.find_first_of("/>") - 1); });
 
 TEST_P(NonNumericEntitlementTest, EndsTheHelperAndTheNextConnectionGetsAFreshOne) {

@@ -87,6 +87,15 @@ TEST(CodeDirectoryTest, AnUnknownDigestAlgorithmIsAnErrorOfItsOwn) {
   EXPECT_EQ(parsedWith("digest-algorithm", PropertyValue("SHA256")).error(), SigningFailure::digestAlgorithmUnknown);
 }
 
+TEST(CodeDirectoryTest, EntitlementsMayHoldADateAndAnIntegerBeyond63Bits) {
+  const PropertyDictionary entitlements{
+      {"date", PropertyValue(PropertyOther{"<date>2026-01-31T12:00:00Z</date>"})},
+      {"beyond", PropertyValue(PropertyOther{"<integer>18446744073709551615</integer>"})}};
+  const auto directory = parsedWith("entitlements", PropertyValue(entitlements));
+  ASSERT_TRUE(directory);
+  EXPECT_EQ(directory->entitlements, entitlements);
+}
+
 TEST(CodeDirectoryTest, AnUnknownEntryIsAnError) { expectMalformed("Flags", PropertyValue(0)); }
 
 TEST(CodeDirectoryTest, WhatIsNoPropertyListInXmlIsAnError) {

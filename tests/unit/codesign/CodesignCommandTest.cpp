@@ -190,6 +190,39 @@ TEST_F(CodesignCommandTest, DisplayInJsonKeepsTheTypesOfEntitlements) {
   EXPECT_NE(run({"display", "--json", pathOf("program")}).out.find("\"entitlements\": null"), std::string::npos);
 }
 
+TEST_F(CodesignCommandTest, ADateAndAnIntegerBeyond63BitsAreSignedAsTheyAreWritten) {
+  static_cast<void>(
+      fileWith("<plist version=\"1.0\"><dict><!-- <a> <date>none</date> -->"
+               "<key>beyond</key><integer>18446744073709551615</integer><key>list</key><array>"
+               "<date>2026-01-31T12:00:00Z</date></array><key>minus</key><integer>-1</integer>"
+               "</dict></plist>",
+               "list"));
+  const Result signing = run(signWords({"--entitlements", pathOf("list")}));
+  ASSERT_EQ(signing.status, 0) << signing.err;
+  const std::string json = run({"display", "--json", pathOf("program")}).out;
+  EXPECT_NE(json.find("\"entitlements\": {\"beyond\": {\"xml\": \"<integer>18446744073709551615</integer>\"}, "
+                      "\"list\": [{\"xml\": \"<date>2026-01-31T12:00:00Z</date>\"}], \"minus\": -1}"),
+            std::string::npos)
+      << json;
+}
+
+TEST_F(CodesignCommandTest, AValueThatCannotBeSignedAsItIsWrittenIsRefusedByItsKey) {
+  for (const char* value :
+       {"<integer>-9223372036854775809</integer>", "<integer>99999999999999999999</integer>", "<integer>one</integer>",
+        "<integer/>", "<integer>-<!-- -->1</integer>", "<date>2026-02-31T00:00:00Z</date>", "<date>soon</date>",
+        "<date>2026-01-31T12:00:00.5Z</date>", "<array><integer>-18446744073709551615</integer></array>"}) {
+    static_cast<void>(
+        fileWith("<plist version=\"1.0\"><dict><key>a</key><integer>18446744073709551615</integer>"
+                 "<key>a.b</key>" +
+                     std::string(value) + "<key>c</key><true/></dict></plist>",
+                 "list"));
+    const Result result = run(signWords({"--entitlements", pathOf("list")}));
+    EXPECT_EQ(result.status, 1) << value;
+    expectOneProblem(result, "The entitlement \"a.b\" has the ");
+    EXPECT_EQ(contentOf(pathOf("program")), script) << value;
+  }
+}
+
 TEST_F(CodesignCommandTest, SigningWithACertificateThatHasExpiredIsRefusedAndVerifyingWarns) {
   CertificateRecipe leaf = support::leafRecipe("Leaf");
   leaf.validFrom = -std::chrono::hours(48);

@@ -65,9 +65,49 @@ TEST(PropertyValueTest, WhatIsNoPropertyListInXmlIsRefused) {
   }
 }
 
-TEST(PropertyValueTest, DatesAreRefused) {
-  EXPECT_EQ(PropertyValue::fromXml(list("<dict><key>k</key><date>2026-01-01T00:00:00Z</date></dict>")).error().message,
-            "the property list has a value of a kind that is not taken");
+constexpr char date[] = "<date>2026-01-31T12:00:00Z</date>";
+constexpr char greatestInteger[] = "<integer>18446744073709551615</integer>";
+
+TEST(PropertyValueTest, ADateIsReadAsAnotherKindWhereverItStands) {
+  EXPECT_EQ(valueIn<PropertyOther>(date).element, date);
+  EXPECT_EQ(valueIn<PropertyDictionary>(std::string("<dict><key>k</key><true/><key>l</key><array><dict><key>m</key>") +
+                                        date + "</dict></array></dict>"),
+            (PropertyDictionary{{"k", PropertyValue(true)},
+                                {"l", PropertyValue(PropertyArray{PropertyValue(
+                                          PropertyDictionary{{"m", PropertyValue(PropertyOther{date})}})})}}));
+}
+
+TEST(PropertyValueTest, AnIntegerBeyond63BitsIsReadAsAnotherKind) {
+  EXPECT_EQ(valueIn<PropertyOther>(greatestInteger).element, greatestInteger);
+  EXPECT_EQ(valueIn<PropertyOther>("<integer>9223372036854775808</integer>").element,
+            "<integer>9223372036854775808</integer>");
+  EXPECT_EQ(valueIn<std::int64_t>("<integer>9223372036854775807</integer>"), std::numeric_limits<std::int64_t>::max());
+}
+
+TEST(PropertyValueTest, ANegativeIntegerIsReadAsItselfDownToTheSmallest) {
+  EXPECT_EQ(valueIn<std::int64_t>("<integer>-1</integer>"), -1);
+  EXPECT_EQ(valueIn<std::int64_t>("<integer>\n -1 </integer>"), -1);
+  EXPECT_EQ(valueIn<std::int64_t>("<integer>-9223372036854775808</integer>"), std::numeric_limits<std::int64_t>::min());
+}
+
+TEST(PropertyValueTest, WhatTheLibraryWouldMakeAnotherIntegerOfIsNone) {
+  for (const char* content :
+       {"-9223372036854775809", "-18446744073709551615", "\n-18446744073709551615 ", "-99999999999999999999",
+        "-0xFFFFFFFFFFFFFFFF", "99999999999999999999", "--1", "one", "1x", "", "<![CDATA[-18446744073709551615]]>",
+        "-<!-- -->18446744073709551615", "<!-- -->-18446744073709551615"}) {
+    const std::string element = "<integer>" + std::string(content) + "</integer>";
+    EXPECT_EQ(valueIn<PropertyOther>(element).element, greatestInteger) << content;
+    EXPECT_EQ(valueIn<PropertyArray>("<array><integer>3</integer>" + element + "<true/></array>"),
+              (PropertyArray{PropertyValue(3), PropertyValue(PropertyOther{greatestInteger}), PropertyValue(true)}))
+        << content;
+  }
+  EXPECT_EQ(valueIn<PropertyOther>("<integer kind=\"x\">-18446744073709551615</integer>").element, greatestInteger);
+}
+
+TEST(PropertyValueTest, WhatLooksLikeAnIntegerInACommentOrATextIsNone) {
+  EXPECT_EQ(valueIn<PropertyArray>("<array><!-- <a> <integer> --><integer>1</integer><!-- </integer> --></array>"),
+            (PropertyArray{PropertyValue(1)}));
+  EXPECT_EQ(valueIn<std::string>("<string><![CDATA[<a><integer>x</integer>]]></string>"), "<a><integer>x</integer>");
 }
 
 TEST(PropertyValueTest, NestingHasALimit) {
@@ -94,6 +134,9 @@ TEST(PropertyValueTest, WhatIsWrittenIsReadAsTheSameValue) {
       {"greatest", PropertyValue(std::numeric_limits<std::int64_t>::max())},
       {"half", PropertyValue(-0.5)},
       {"data", PropertyValue(PropertyData(100, std::byte{0xFE}))},
+      {"minus", PropertyValue(-1)},
+      {"date", PropertyValue(PropertyOther{date})},
+      {"beyond", PropertyValue(PropertyOther{greatestInteger})},
       {"list", PropertyValue(PropertyArray{PropertyValue(PropertyArray{}), PropertyValue(PropertyDictionary{})})}});
   const auto again = PropertyValue::fromXml(value.toXml());
   ASSERT_TRUE(again) << value.toXml();

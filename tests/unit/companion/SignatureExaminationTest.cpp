@@ -124,21 +124,37 @@ TEST_F(SignatureExaminationTest, EntitlementsThatAreSetOrNoNumbersAreOpenDoors) 
   sign(request({{"com.apple.security.get-task-allow", PropertyValue(true)},
                 {"com.apple.security.cs.disable-library-validation", PropertyValue(1)},
                 {"com.apple.security.cs.allow-dyld-environment-variables", PropertyValue("no")}}));
-  EXPECT_THAT(examine().openDoors,
-              ElementsAre("com.apple.security.get-task-allow", "com.apple.security.cs.disable-library-validation",
-                          "com.apple.security.cs.allow-dyld-environment-variables (not a number)"));
+  EXPECT_THAT(
+      examine().openDoors,
+      ElementsAre("com.apple.security.get-task-allow", "com.apple.security.cs.disable-library-validation",
+                  "com.apple.security.cs.allow-dyld-environment-variables (not a number: the helper ends at it)"));
 }
 
 TEST_F(SignatureExaminationTest, ANumberThatTheHelperCannotHoldEndsItAndIsAnOpenDoor) {
   for (const double number : {1e300, -1e300, 9223372036854775808.0, 0.5}) {
     sign(request({{"com.apple.security.get-task-allow", PropertyValue(number)}}));
-    EXPECT_THAT(examine().openDoors, ElementsAre("com.apple.security.get-task-allow (not a number)")) << number;
+    EXPECT_THAT(examine().openDoors,
+                ElementsAre("com.apple.security.get-task-allow (not a number: the helper ends at it)"))
+        << number;
+  }
+}
+
+TEST_F(SignatureExaminationTest, ADateAndAnIntegerBeyond63BitsEndTheHelperAndAreOpenDoors) {
+  for (const char* element : {"<integer>18446744073709551615</integer>", "<integer>9223372036854775808</integer>",
+                              "<date>2026-01-31T12:00:00Z</date>"}) {
+    const PropertyValue value(codesign::PropertyOther{element});
+    sign(request({{"com.apple.security.get-task-allow", value}}));
+    EXPECT_THAT(examine().openDoors,
+                ElementsAre("com.apple.security.get-task-allow (not a number: the helper ends at it)"))
+        << element;
+    sign(request({{"net.orvane.something", value}}));
+    EXPECT_THAT(examine().openDoors, IsEmpty()) << element;
   }
 }
 
 TEST_F(SignatureExaminationTest, EntitlementsThatAreNotSetOrOthersAreNone) {
   sign(request({{"com.apple.security.get-task-allow", PropertyValue(false)},
-                {"com.apple.security.cs.disable-library-validation", PropertyValue(2)},
+                {"com.apple.security.cs.disable-library-validation", PropertyValue(-1)},
                 {"com.apple.security.cs.allow-dyld-environment-variables", PropertyValue(0.0)},
                 {"com.apple.security.app-sandbox", PropertyValue(true)}}));
   EXPECT_THAT(examine().openDoors, IsEmpty());
