@@ -17,12 +17,13 @@ struct Loading {
   std::string error;
 };
 
-void* openAny() {
-  void* handle = nullptr;
+void* openAny(std::string& error) {
   for (const char* const name : names) {
-    if (handle == nullptr) handle = ::dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    if (void* const handle = ::dlopen(name, RTLD_NOW | RTLD_LOCAL); handle != nullptr) return handle;
   }
-  return handle;
+  // It may be there, and the process have no descriptor left to open it.
+  error = std::string("the library libplist-2.0 (packages libplist-2.0-4, libplist3) cannot be loaded: ") + ::dlerror();
+  return nullptr;
 }
 
 template <typename Function>
@@ -43,11 +44,8 @@ void resolveFreeText(void* handle, Loading& loading) {
 
 Loading load() {
   Loading loading;
-  void* const handle = openAny();
-  if (handle == nullptr) {
-    loading.error = "the library libplist-2.0 is missing (packages libplist-2.0-4, libplist3)";
-    return loading;
-  }
+  void* const handle = openAny(loading.error);
+  if (handle == nullptr) return loading;
   RESOLVE(plist_free);
   RESOLVE(plist_get_node_type);
   RESOLVE(plist_get_bool_val);

@@ -9,6 +9,7 @@
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 #include "companion/doctor/Diagnosis.h"
+#include "companion/doctor/HelperAnswer.h"
 #include "text/JsonString.h"
 
 namespace wicket::companion::command {
@@ -18,12 +19,12 @@ namespace {
 using doctor::Finding;
 using doctor::HelperAnswer;
 
-HelperAnswer askHelper(const ConnectOptions& options) {
+Finding askHelper(const ConnectOptions& options) {
   auto helper = HelperConnection::connect(options);
-  if (!helper) return HelperAnswer::unreachable;
+  if (!helper) return doctor::diagnose(HelperAnswer::unreachable, helper.error().systemError);
   const auto version = helper->getVersion();
-  if (version) return HelperAnswer::answered;
-  return version.error() == CallError::timedOut ? HelperAnswer::silent : HelperAnswer::refused;
+  if (version) return doctor::diagnose(HelperAnswer::answered);
+  return doctor::diagnose(version.error() == CallError::timedOut ? HelperAnswer::silent : HelperAnswer::refused);
 }
 
 std::string jsonOf(const Finding& finding) {
@@ -48,8 +49,7 @@ int examine(Context& context, bool asJson) {
   const gid_t group = privilege != nullptr ? privilege->group() : ::getegid();
   const auto facts = doctor::SystemFacts::gather(group, context.connection.socketPath);
   auto findings = doctor::diagnose(facts);
-  const HelperAnswer answer = S_ISSOCK(facts.socket.mode) ? askHelper(context.connection) : HelperAnswer::notAsked;
-  for (Finding& finding : doctor::diagnose(answer)) findings.push_back(std::move(finding));
+  if (S_ISSOCK(facts.socket.mode)) findings.push_back(askHelper(context.connection));
   const bool isWell = std::ranges::all_of(findings, &Finding::isWell);
   if (asJson) {
     printJson(context.output, findings, isWell);

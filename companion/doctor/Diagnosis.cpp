@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "companion/DisplayText.h"
+#include "companion/doctor/Shortage.h"
 #include "companion/doctor/SignatureDiagnosis.h"
 
 namespace wicket::companion::doctor {
@@ -41,9 +42,7 @@ class Report {
     addSocket();
     addProgram();
     addProcess();
-    for (Finding& finding : diagnose(facts_.program.signature, facts_.program.file.path)) {
-      findings_.push_back(std::move(finding));
-    }
+    addSignature();
     addPolkit();
     return std::move(findings_);
   }
@@ -56,7 +55,15 @@ class Report {
     findings_.push_back({std::move(check), false, std::move(statement), std::move(nextStep)});
   }
 
+  /// Whether @p error is a shortage. Then that is the finding, and nothing is known about the @p subject.
+  bool addShortage(const std::string& check, const std::string& subject, int error) {
+    if (!Shortage::isOne(error)) return false;
+    problem(check, subject + " could not be looked at: " + std::strerror(error), Shortage::nextStep(error));
+    return true;
+  }
+
   void addKernel() {
+    if (addShortage("kernel", "What the kernel can do", facts_.kernel.error)) return;
     if (!facts_.kernel.opensProcesses) {
       problem("kernel", "The kernel cannot pin a process (pidfd_open)", "Use Linux 6.5 or newer");
     } else if (!facts_.kernel.namesPeerProcess) {
@@ -68,7 +75,15 @@ class Report {
   }
 
   void addHelper() {
+    addInstalledHelper();
+    if (addShortage("helper-running", "The helper that runs", facts_.runningHelperError)) return;
+    if (facts_.helperIsStale)
+      problem("helper-running", "The helper that runs is not the installed one: it began before that was there",
+              "As root: systemctl stop net.orvane.Wicket.TlvPrivilegedHelper.service");
+  }
+  void addInstalledHelper() {
     const FileFacts& helper = facts_.helper;
+    if (addShortage("helper", "The installed helper", helper.error)) return;
     if (!helper.isKnown()) {
       problem("helper", "The helper is not installed: " + unknown(helper), "Install Wicket's helper");
     } else if (!S_ISREG(helper.mode) || (helper.mode & S_IXUSR) == 0) {
@@ -79,14 +94,11 @@ class Report {
     } else {
       well("helper", "The helper is installed");
     }
-    if (facts_.helperIsStale) {
-      problem("helper-running", "The helper that runs is not the installed one: it began before that was there",
-              "As root: systemctl stop net.orvane.Wicket.TlvPrivilegedHelper.service");
-    }
   }
 
   void addGroup() {
     const std::string& name = facts_.groupName;
+    if (addShortage("group", "The group " + name, facts_.groupError)) return;
     if (!facts_.group) {
       problem("group", "There is no group " + name, "As root: systemd-sysusers, or groupadd --system " + name);
     } else if (*facts_.group >= firstGroupOfUsers) {
@@ -100,6 +112,7 @@ class Report {
   }
   void addGroupHolders() {
     const std::string& name = facts_.groupName;
+    if (addShortage("group-holders", "Who has the group " + name, facts_.groupHoldersError)) return;
     if (facts_.groupHolders.empty()) {
       well("group-holders", "Nobody has the group " + name + " himself");
       return;
@@ -113,6 +126,7 @@ class Report {
   void addSocket() {
     constexpr char restart[] = "As root: systemctl restart net.orvane.Wicket.TlvPrivilegedHelper.socket";
     const FileFacts& socket = facts_.socket;
+    if (addShortage("socket", "The socket", socket.error)) return;
     if (socket.error == ENOENT) {
       problem("socket", "There is no socket " + quotedText(socket.path),
               "As root: systemctl enable --now net.orvane.Wicket.TlvPrivilegedHelper.socket");
@@ -141,6 +155,7 @@ class Report {
 
   void addProgram() {
     const FileFacts& file = facts_.program.file;
+    if (addShortage("program", "The file of this program", file.error)) return;
     if (!file.isKnown() || !S_ISREG(file.mode)) {
       problem("program", "The file of this program cannot be looked at: " + unknown(file),
               "Check that /proc is mounted");
@@ -198,6 +213,16 @@ class Report {
   }
 
   void addProcess() {
+    if (!addShortage("no-new-privileges", "What holds for this process", facts_.process.error)) addProcessStatus();
+    if (!facts_.process.isInFirstUserNamespace) {
+      problem("user-namespace", "This process runs in a user namespace of its own",
+              "Run the command outside of the container or sandbox");
+    } else {
+      well("user-namespace", "The process runs in the system's own user namespace");
+    }
+    addProcessGroup();
+  }
+  void addProcessStatus() {
     const SystemFacts::Process& process = facts_.process;
     if (process.hasNoNewPrivileges) {
       problem("no-new-privileges", "This process runs under no_new_privs, where the set-group bit means nothing",
@@ -211,13 +236,6 @@ class Report {
     } else {
       well("traced", "Nobody traces the process");
     }
-    if (!process.isInFirstUserNamespace) {
-      problem("user-namespace", "This process runs in a user namespace of its own",
-              "Run the command outside of the container or sandbox");
-    } else {
-      well("user-namespace", "The process runs in the system's own user namespace");
-    }
-    addProcessGroup();
   }
   void addProcessGroup() {
     if (!facts_.group) return;
@@ -231,7 +249,6 @@ class Report {
                 facts_.groupName,
             "Correct the problems above, then run the command again");
   }
-
   void addOwnGroups() {
     const std::vector<gid_t>& own = facts_.process.ownGroups;
     if (std::ranges::find(own, *facts_.group) == own.end()) {
@@ -243,19 +260,32 @@ class Report {
                 ", and usermod --gid with another group where it is the user's own. Then log in again");
   }
 
+  /// Of a file that could not be opened there is none to judge.
+  void addSignature() {
+    if (!facts_.program.file.isKnown()) return;
+    for (Finding& finding : diagnose(facts_.program.signature, facts_.program.file.path)) {
+      findings_.push_back(std::move(finding));
+    }
+  }
+
   void addPolkit() {
+    addPolkitAction();
+    if (addShortage("polkit", "polkit", facts_.polkit.busError)) return;
+    if (facts_.polkit.isOnBus) {
+      well("polkit", "polkit is there");
+    } else {
+      problem("polkit", "polkit is not there, so nobody can agree to an installation",
+              "Install the package polkitd, and check it with: systemctl status polkit");
+    }
+  }
+  void addPolkitAction() {
+    if (addShortage("polkit-action", "The action that guards installations", facts_.polkit.action.error)) return;
     if (facts_.polkit.action.isKnown()) {
       well("polkit-action", "polkit knows the action that guards installations");
     } else {
       problem("polkit-action",
               "polkit does not know the action that guards installations: " + unknown(facts_.polkit.action),
               installAgain);
-    }
-    if (facts_.polkit.isOnBus) {
-      well("polkit", "polkit is there");
-    } else {
-      problem("polkit", "polkit is not there, so nobody can agree to an installation",
-              "Install the package polkitd, and check it with: systemctl status polkit");
     }
   }
 
@@ -266,24 +296,5 @@ class Report {
 }  // namespace
 
 std::vector<Finding> diagnose(const SystemFacts& facts) { return Report(facts).make(); }
-
-std::vector<Finding> diagnose(HelperAnswer answer) {
-  switch (answer) {
-    case HelperAnswer::notAsked:
-      return {};
-    case HelperAnswer::unreachable:
-      return {{"answer", false, "There is no connection to the helper",
-               "As root: systemctl status net.orvane.Wicket.TlvPrivilegedHelper.socket"}};
-    case HelperAnswer::refused:
-      return {{"answer", false, "The helper refuses this program",
-               "Correct the problems above; where there are none, install command and helper of the same build"}};
-    case HelperAnswer::silent:
-      return {{"answer", false, "The helper does not answer",
-               "As root: systemctl status net.orvane.Wicket.TlvPrivilegedHelper.service"}};
-    case HelperAnswer::answered:
-      break;
-  }
-  return {{"answer", true, "The helper answers this program", {}}};
-}
 
 }  // namespace wicket::companion::doctor

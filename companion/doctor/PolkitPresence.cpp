@@ -40,13 +40,14 @@ class NameList {
 
 }  // namespace
 
-bool polkitIsOnBus() {
+std::expected<bool, int> polkitIsOnBus() {
   sd_bus* opened = nullptr;
-  if (sd_bus_open_system(&opened) < 0) return false;
+  if (const int result = sd_bus_open_system(&opened); result < 0) return std::unexpected(-result);
   const std::unique_ptr<sd_bus, BusRelease> bus(opened);
   NameList running;
   NameList startable;
-  if (sd_bus_list_names(bus.get(), running.destination(), startable.destination()) < 0) return false;
+  const int result = sd_bus_list_names(bus.get(), running.destination(), startable.destination());
+  if (result < 0) return std::unexpected(-result);
   constexpr std::string_view polkit = "org.freedesktop.PolicyKit1";
   return running.contains(polkit) || startable.contains(polkit);
 }

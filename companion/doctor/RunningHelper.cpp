@@ -11,6 +11,7 @@
 #include <system_error>
 #include <unistd.h>
 
+#include "companion/doctor/Shortage.h"
 #include "store/Identifier.h"
 
 namespace wicket::companion::doctor {
@@ -64,11 +65,14 @@ std::int64_t beginOf(const fs::path& process) {
 
 }  // namespace
 
-bool runningHelperIsOlderThan(const std::string& executable) {
+std::expected<bool, int> runningHelperIsOlderThan(const std::string& executable) {
   struct stat file{};
   if (::stat(executable.c_str(), &file) != 0) return false;
   std::error_code error;
-  for (const auto& entry : fs::directory_iterator("/proc", error)) {
+  const fs::directory_iterator processes("/proc", error);
+  // Each of its files is read with one more descriptor.
+  if (const int shortage = Shortage::behind(error.value(), 1); shortage != 0) return std::unexpected(shortage);
+  for (const auto& entry : processes) {
     if (!isHelper(entry.path())) continue;
     const std::int64_t begin = beginOf(entry.path());
     if (begin != 0 && begin < nanoseconds(file.st_ctim)) return true;

@@ -2,11 +2,23 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "companion/doctor/SignatureDiagnosis.h"
 
+#include <cstring>
+
 #include "companion/DisplayText.h"
+#include "companion/doctor/Shortage.h"
 
 namespace wicket::companion::doctor {
 
 namespace {
+
+/// About a signature of which nothing is known.
+Finding findingAboutFailure(const SignatureFacts& signature, const std::string& name) {
+  const std::string start = "The signature of " + name + " could not be looked at: ";
+  if (signature.error != 0) {
+    return {"signature", false, start + std::strerror(signature.error), Shortage::nextStep(signature.error)};
+  }
+  return {"signature", false, start + signature.missingLibrary, "Install the package of that library"};
+}
 
 Finding findingAboutState(const SignatureFacts& signature, const std::string& name) {
   const std::string because = signature.reason.empty() ? std::string() : ": " + signature.reason;
@@ -49,6 +61,8 @@ Finding findingAboutEntitlements(const SignatureFacts& signature) {
 }  // namespace
 
 std::vector<Finding> diagnose(const SignatureFacts& signature, const std::string& path) {
+  if (signature.error != 0 || !signature.missingLibrary.empty())
+    return {findingAboutFailure(signature, quotedText(path))};
   std::vector<Finding> findings{findingAboutState(signature, quotedText(path))};
   // What a stranger wrote into a signature says nothing.
   if (signature.state != SignatureFacts::State::holds && signature.state != SignatureFacts::State::altered) {

@@ -17,6 +17,9 @@ struct SignatureFacts {
     holds,
   };
 
+  int error = 0;                 ///< why nothing is known about it, as an error number; 0 when the rest holds
+  std::string missingLibrary{};  ///< why it cannot be read here at all, as a clause; empty otherwise
+
   State state = State::missing;
   std::string reason{};  ///< a sentence without its full stop when the signature does not hold
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <expected>
 #include <fcntl.h>
 #include <fstream>
 #include <grp.h>
@@ -17,10 +18,13 @@
 #include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
+#include <utility>
 
+#include "codesign/PropertyListLibrary.h"
 #include "companion/doctor/CompanionRequirement.h"
 #include "companion/doctor/PolkitPresence.h"
 #include "companion/doctor/RunningHelper.h"
+#include "companion/doctor/Shortage.h"
 #include "companion/doctor/SignatureExamination.h"
 #include "resources/BuildValues.h"
 #include "resources/TrustedAnchor.h"
@@ -32,6 +36,7 @@ namespace wicket::companion::doctor {
 namespace {
 
 constexpr char ownExecutable[] = "/proc/self/exe";
+constexpr char ownStatus[] = "/proc/self/status";
 
 /// The group of root says nothing about a program, so the helper does not take it.
 std::optional<gid_t> groupNumber(const std::string& name) {
@@ -40,17 +45,21 @@ std::optional<gid_t> groupNumber(const std::string& name) {
 }
 
 /// Users in the databases of this system; a directory service may know more of them.
-std::vector<std::string> holdersOf(const std::string& name) {
+std::expected<std::vector<std::string>, int> holdersOf(const std::string& name) {
   std::vector<std::string> holders;
   const group* const entry = ::getgrnam(name.c_str());
   if (entry == nullptr) return holders;
   for (char** member = entry->gr_mem; *member != nullptr; ++member) holders.emplace_back(*member);
   const gid_t number = entry->gr_gid;
   ::setpwent();
+  errno = 0;
   while (const passwd* const user = ::getpwent()) {
     if (user->pw_gid == number) holders.emplace_back(user->pw_name);
+    errno = 0;
   }
+  const int error = errno;
   ::endpwent();
+  if (Shortage::isOne(error)) return std::unexpected(error);
   return holders;
 }
 
@@ -61,7 +70,7 @@ bool hasAccessControlList(int descriptor) {
 
 /// A number of /proc/self/status, 0 when it is not there.
 long statusNumber(std::string_view name) {
-  std::ifstream file("/proc/self/status");
+  std::ifstream file(ownStatus);
   for (std::string line; std::getline(file, line);) {
     if (!line.starts_with(name)) continue;
     const std::size_t digits = line.find_first_of("0123456789");
@@ -93,8 +102,13 @@ std::vector<gid_t> ownGroups() {
 }
 
 SystemFacts::Process gatherProcess(gid_t startedWithGroup) {
-  return {startedWithGroup, ownGroups(), statusNumber("NoNewPrivs:") != 0,
-          static_cast<pid_t>(statusNumber("TracerPid:")), isInFirstUserNamespace()};
+  const int error = std::ifstream(ownStatus).is_open() ? 0 : Shortage::behind();
+  return {startedWithGroup,
+          ownGroups(),
+          error,
+          statusNumber("NoNewPrivs:") != 0,
+          static_cast<pid_t>(statusNumber("TracerPid:")),
+          isInFirstUserNamespace()};
 }
 
 std::string pathOfOwnExecutable() {
@@ -107,7 +121,11 @@ SignatureFacts signatureOf(int descriptor) {
   const auto anchor = codesign::Certificate::fromDer(resources::TrustedAnchor::der());
   if (!anchor)
     return {.state = SignatureFacts::State::notTrusted, .reason = "The anchor of this build is no certificate"};
-  return examineSignature(descriptor, *anchor, std::string(CompanionRequirement::text()));
+  if (auto missing = codesign::PropertyListLibrary::missing(); !missing.empty())
+    return {.error = Shortage::behind(), .missingLibrary = std::move(missing)};
+  auto facts = examineSignature(descriptor, *anchor, std::string(CompanionRequirement::text()));
+  if (facts.state == SignatureFacts::State::unreadable) facts.error = Shortage::behind();
+  return facts;
 }
 
 SystemFacts::Program gatherProgram() {
@@ -140,20 +158,43 @@ bool kernelOpensProcesses() {
   return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0U))).isOpen();
 }
 
+SystemFacts::Kernel gatherKernel() {
+  SystemFacts::Kernel kernel{0, kernelOpensProcesses(), kernelNamesPeerProcess()};
+  if (!kernel.opensProcesses || !kernel.namesPeerProcess) kernel.error = Shortage::behind();
+  return kernel;
+}
+
+SystemFacts::Polkit gatherPolkit() {
+  const auto isOnBus = polkitIsOnBus();
+  return {FileFacts::of(std::string("/usr/share/polkit-1/actions/") + Identifier::privilegedHelper + ".policy"),
+          isOnBus ? 0 : Shortage::behind(isOnBus.error()), isOnBus.value_or(false)};
+}
+
+void gatherGroup(SystemFacts& facts) {
+  facts.group = groupNumber(facts.groupName);
+  if (!facts.group) facts.groupError = Shortage::behind();
+  auto holders = holdersOf(facts.groupName);
+  if (holders) {
+    facts.groupHolders = *std::move(holders);
+  } else {
+    facts.groupHoldersError = holders.error();
+  }
+}
+
 }  // namespace
 
 SystemFacts SystemFacts::gather(gid_t startedWithGroup, const std::string& socketPath) {
   SystemFacts facts;
   facts.process = gatherProcess(startedWithGroup);
   facts.program = gatherProgram();
-  facts.kernel = {kernelOpensProcesses(), kernelNamesPeerProcess()};
-  facts.polkit = {FileFacts::of(std::string("/usr/share/polkit-1/actions/") + Identifier::privilegedHelper + ".policy"),
-                  polkitIsOnBus()};
-  facts.group = groupNumber(facts.groupName);
-  facts.groupHolders = holdersOf(facts.groupName);
+  facts.kernel = gatherKernel();
+  facts.polkit = gatherPolkit();
+  gatherGroup(facts);
   facts.socket = FileFacts::of(socketPath);
   facts.helper = FileFacts::of(std::string(resources::BuildValues::helperExecutable()));
-  facts.helperIsStale = runningHelperIsOlderThan(facts.helper.path);
+  const auto isStale = runningHelperIsOlderThan(facts.helper.path);
+  facts.helperIsStale = isStale.value_or(false);
+  if (!isStale) facts.runningHelperError = isStale.error();
   return facts;
 }
 

@@ -4,18 +4,21 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sstream>
 #include <sys/mount.h>
 
 #include "tests/integration/IntegrationTest.h"
 #include "tests/support/Machine.h"
 #include "tests/support/PolkitSandbox.h"
 #include "tests/support/Program.h"
+#include "tests/support/Sanitizers.h"
 
 namespace wicket::integration {
 namespace {
 
 using support::Program;
 using ::testing::AllOf;
+using ::testing::Each;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -173,6 +176,37 @@ TEST_F(DoctorTest, ExplainsASocketOfAnotherMode) {
 TEST_F(DoctorTest, ExplainsAMissingHelper) {
   std::filesystem::remove(WICKET_INSTALLED_HELPER);
   expectProblem(doctor(), "The helper is not installed", "Install");
+}
+
+/// The lines that name a problem, each with the next step below it.
+std::vector<std::string> problemsIn(const std::string& output) {
+  std::vector<std::string> problems;
+  std::istringstream lines(output);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("problem  ")) {
+      problems.push_back(line);
+    } else if (!problems.empty() && line.starts_with("         Next: ")) {
+      problems.back() += line;
+    }
+  }
+  return problems;
+}
+
+TEST_F(DoctorTest, SaysWhatItCouldNotLookAtWhereThereAreTooFewDescriptors) {
+  if (support::hasAddressSanitizer) GTEST_SKIP() << "at its end the sanitizer opens files to look for leaks";
+  // With three there is no way to open a library, and so no program starts.
+  std::size_t missedLooks = 0;
+  for (int limit = 4; limit <= 12; ++limit) {
+    const auto program = doctor(commandExecutable(), {"prlimit", "--nofile=" + std::to_string(limit)});
+    EXPECT_EQ(program.errors, "") << limit;
+    const auto problems = problemsIn(program.output);
+    EXPECT_EQ(program.status, problems.empty() ? 0 : 1) << limit;
+    EXPECT_THAT(problems, Each(AllOf(HasSubstr("Too many open files"), HasSubstr("Next: Raise the limit"))))
+        << limit << "\n"
+        << program.output;
+    missedLooks += problems.size();
+  }
+  EXPECT_GT(missedLooks, 0U);
 }
 
 TEST_F(DoctorTest, ExplainsAMissingPolkitAction) {

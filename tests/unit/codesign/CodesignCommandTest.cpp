@@ -333,7 +333,8 @@ TEST_F(CodesignCommandTest, WithoutTheLibraryForPropertyListsThatIsSaid) {
     command.insert(command.end(), words.begin(), words.end());
     const Program program = Program::run(command);
     EXPECT_NE(program.status, 0);
-    expectOneProblem({program.status, program.output, program.errors}, "the library libplist-2.0 is missing");
+    expectOneProblem({program.status, program.output, program.errors},
+                     "the library libplist-2.0 (packages libplist-2.0-4, libplist3) cannot be loaded: ");
   }
 }
 

@@ -2,19 +2,24 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "companion/doctor/Diagnosis.h"
+#include "companion/doctor/HelperAnswer.h"
 
 namespace wicket::companion::doctor {
 namespace {
 
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr gid_t wicketGroup = 990;
 
@@ -198,13 +203,98 @@ TEST(DiagnosisTest, ACopyOfThePlainProgramHasAllItsProblemsNamed) {
 }
 
 TEST(DiagnosisTest, TheHelpersAnswerHasTheLastWord) {
-  EXPECT_THAT(diagnose(HelperAnswer::notAsked), IsEmpty());
-  EXPECT_TRUE(diagnose(HelperAnswer::answered).front().isWell);
+  EXPECT_TRUE(diagnose(HelperAnswer::answered).isWell);
   for (const HelperAnswer answer : {HelperAnswer::unreachable, HelperAnswer::refused, HelperAnswer::silent}) {
-    ASSERT_EQ(diagnose(answer).size(), 1U);
-    EXPECT_FALSE(diagnose(answer).front().isWell);
-    EXPECT_NE(diagnose(answer).front().nextStep, "");
+    EXPECT_FALSE(diagnose(answer).isWell);
+    EXPECT_NE(diagnose(answer).nextStep, "");
   }
+}
+
+/// A look that cannot be made for want of something.
+struct MissedLook {
+  std::string check;  ///< what has to be said of it, and nothing else
+  std::function<int&(SystemFacts&)> error;
+};
+
+void PrintTo(const MissedLook& look, std::ostream* stream) { *stream << look.check; }
+
+class DiagnosisOfMissedLookTest : public testing::TestWithParam<MissedLook> {};
+
+/// All else that such a look leaves in the facts.
+SystemFacts systemWithout(const MissedLook& look, int error) {
+  SystemFacts facts = healthySystem();
+  if (look.check == "kernel") facts.kernel = {0, false, false};
+  if (look.check == "group") facts.group.reset();
+  if (look.check == "signature") facts.program.signature = {};
+  if (look.check == "program") facts.program = {.file = {facts.program.file.path}};
+  if (look.check == "polkit") facts.polkit.isOnBus = false;
+  look.error(facts) = error;
+  return facts;
+}
+
+TEST_P(DiagnosisOfMissedLookTest, SaysWhatWasMissingAndJudgesNothing) {
+  for (const auto& [error, nextStep] : std::vector<std::pair<int, std::string>>{
+           {EMFILE, "ulimit -n"}, {ENFILE, "sysctl fs.file-max"}, {ENOMEM, "ulimit -v"}}) {
+    const auto problems = problemsOf(systemWithout(GetParam(), error));
+    ASSERT_EQ(problems.size(), 1U) << error;
+    EXPECT_EQ(problems.front().check, GetParam().check);
+    EXPECT_THAT(problems.front().statement, HasSubstr(std::string(" could not be looked at: ") + std::strerror(error)));
+    EXPECT_THAT(problems.front().nextStep, AllOf(HasSubstr(nextStep), HasSubstr("run the command again")));
+  }
+}
+
+TEST_P(DiagnosisOfMissedLookTest, DoesNotCallWell) {
+  const auto findings = diagnose(systemWithout(GetParam(), EMFILE));
+  EXPECT_EQ(std::ranges::count(findings, GetParam().check, &Finding::check), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, DiagnosisOfMissedLookTest,
+    testing::Values(MissedLook{"kernel", [](SystemFacts& f) -> int& { return f.kernel.error; }},
+                    MissedLook{"helper", [](SystemFacts& f) -> int& { return f.helper.error; }},
+                    MissedLook{"helper-running", [](SystemFacts& f) -> int& { return f.runningHelperError; }},
+                    MissedLook{"group", [](SystemFacts& f) -> int& { return f.groupError; }},
+                    MissedLook{"group-holders", [](SystemFacts& f) -> int& { return f.groupHoldersError; }},
+                    MissedLook{"socket", [](SystemFacts& f) -> int& { return f.socket.error; }},
+                    MissedLook{"program", [](SystemFacts& f) -> int& { return f.program.file.error; }},
+                    MissedLook{"no-new-privileges", [](SystemFacts& f) -> int& { return f.process.error; }},
+                    MissedLook{"signature", [](SystemFacts& f) -> int& { return f.program.signature.error; }},
+                    MissedLook{"polkit-action", [](SystemFacts& f) -> int& { return f.polkit.action.error; }},
+                    MissedLook{"polkit", [](SystemFacts& f) -> int& { return f.polkit.busError; }}),
+    [](const auto& entry) {
+      std::string name = entry.param.check;
+      std::erase(name, '-');
+      return name;
+    });
+
+TEST(DiagnosisTest, OfAProcessThatCouldNotBeLookedAtNobodySaysThatItIsNotTraced) {
+  SystemFacts facts = healthySystem();
+  facts.process.error = EMFILE;
+  EXPECT_THAT(diagnose(facts), Not(Contains(testing::Field(&Finding::check, "traced"))));
+}
+
+TEST(DiagnosisTest, OfAProgramThatCouldNotBeOpenedNobodySaysThatItIsNotSigned) {
+  SystemFacts facts = healthySystem();
+  facts.program = {.file = {"/usr/bin/wicket", EACCES}};
+  EXPECT_THAT(diagnose(facts), Not(Contains(testing::Field(&Finding::check, "signature"))));
+}
+
+TEST(DiagnosisTest, AMissingLibraryIsSaidOfTheSignature) {
+  SystemFacts facts = healthySystem();
+  facts.program.signature = {.missingLibrary = "the library is not there"};
+  const auto problems = problemsOf(facts);
+  ASSERT_EQ(problems.size(), 1U);
+  EXPECT_EQ(problems.front().check, "signature");
+  EXPECT_THAT(problems.front().statement, HasSubstr("could not be looked at: the library is not there"));
+  EXPECT_THAT(problems.front().nextStep, HasSubstr("Install the package"));
+}
+
+TEST(DiagnosisTest, AHelperThatCouldNotBeAskedIsNotCalledUnreachable) {
+  const Finding finding = diagnose(HelperAnswer::unreachable, EMFILE);
+  EXPECT_FALSE(finding.isWell);
+  EXPECT_THAT(finding.statement, HasSubstr("could not be asked: Too many open files"));
+  EXPECT_THAT(finding.nextStep, HasSubstr("ulimit -n"));
+  EXPECT_EQ(diagnose(HelperAnswer::unreachable, ECONNREFUSED), diagnose(HelperAnswer::unreachable));
 }
 
 }  // namespace
