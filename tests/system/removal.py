@@ -30,9 +30,9 @@ def stop_the_script(machine, terminal):
     assert terminal.finish().status == 124
     # By its second word: a look for the name anywhere finds this very command, and ends that before the script where it
     # comes first.
-    machine.shell("for each in /proc/[0-9]*; do { mapfile -d '' words <$each/cmdline; } 2>/dev/null; "
-                  "[[ ${words[1]} != /var/orvane/count-on.sh ]] || { kill ${each#/proc/}; ended=1; }; done; "
-                  "rm -f /run/count; [[ $ended ]]")
+    machine.shell("for each in /proc/[0-9]*; do { mapfile -d '' words <$each/cmdline; } 2>/dev/null || continue; "
+                  "[[ ${words[1]-} != /var/orvane/count-on.sh ]] || { kill ${each#/proc/}; ended=1; }; done; "
+                  "rm -f /run/count; [[ ${ended-} ]]")
 
 
 def expect_the_helper_gone(machine):
