@@ -13,8 +13,12 @@ constexpr std::chrono::seconds connectionLifetime{45};
 
 }  // namespace
 
-TimedConnection::TimedConnection(MainQueue& mainQueue, std::shared_ptr<Connection> connection, double interval)
-    : mainQueue_(mainQueue), connection_(std::move(connection)), interval_(interval) {}
+TimedConnection::TimedConnection(MainQueue& mainQueue, std::shared_ptr<Connection> connection, double interval,
+                                 FiredCount firedCount)
+    : mainQueue_(mainQueue),
+      connection_(std::move(connection)),
+      interval_(interval),
+      firedCount_(std::move(firedCount)) {}
 
 std::shared_ptr<Timer> TimedConnection::timer() const {
   const std::lock_guard lock(mutex_);
@@ -47,6 +51,7 @@ void TimedConnection::fire(std::uint64_t arming) {
     // Another thread may have started a fresh countdown while this handler was already under way.
     if (arming != arming_) return;
     timer_ = nullptr;
+    ++*firedCount_;
   }
   connection_->invalidate();
 }

@@ -2,6 +2,8 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -16,7 +18,11 @@ namespace wicket {
 /// timer shares.
 class TimedConnection : public std::enable_shared_from_this<TimedConnection> {
  public:
-  TimedConnection(MainQueue& mainQueue, std::shared_ptr<Connection> connection, double interval);
+  /// How many timers have fired that nobody has taken notice of yet.
+  using FiredCount = std::shared_ptr<std::atomic<std::size_t>>;
+
+  TimedConnection(MainQueue& mainQueue, std::shared_ptr<Connection> connection, double interval,
+                  FiredCount firedCount = std::make_shared<std::atomic<std::size_t>>(0));
 
   [[nodiscard]] const std::shared_ptr<Connection>& connection() const { return connection_; }
   /// Seconds, as given; arming always takes 45 seconds.
@@ -37,6 +43,7 @@ class TimedConnection : public std::enable_shared_from_this<TimedConnection> {
   MainQueue& mainQueue_;
   const std::shared_ptr<Connection> connection_;
   const double interval_;
+  const FiredCount firedCount_;
   mutable std::mutex mutex_;
   std::shared_ptr<Timer> timer_;
   std::uint64_t arming_ = 0;  ///< tells a timer that fires from one that was replaced meanwhile

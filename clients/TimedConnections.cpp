@@ -46,14 +46,19 @@ void TimedConnections::add(const std::shared_ptr<Connection>& connection) {
     (*known)->resetInvalidation();
     return;
   }
-  auto entry = std::make_shared<TimedConnection>(mainQueue_, connection, entryInterval);
+  auto entry = std::make_shared<TimedConnection>(mainQueue_, connection, entryInterval, firedCount_);
   entry->install();
   connections_.push_back(std::move(entry));
 }
 
 void TimedConnections::remove() {
   const std::lock_guard lock(mutex_);
-  std::erase_if(connections_, [](const auto& entry) { return !entry->isArmed(); });
+  const auto hasFired = [](const auto& entry) { return !entry->isArmed(); };
+  // Clients that leave early keep their places, so there may be tens of thousands of them, and one comes here for each
+  // that leaves: only what has fired is looked for, first among the oldest, who are nearly always those.
+  std::size_t fired = firedCount_->exchange(0);
+  for (; fired > 0 && !connections_.empty() && hasFired(connections_.front()); --fired) connections_.pop_front();
+  if (fired > 0) std::erase_if(connections_, hasFired);
 }
 
 }  // namespace wicket

@@ -2,9 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <deque>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "clients/TimedConnection.h"
 #include "platform/Connection.h"
@@ -37,7 +37,8 @@ class TimedConnections {
   MainQueue& mainQueue_;
   const double interval_;
   mutable std::mutex mutex_;
-  std::vector<std::shared_ptr<TimedConnection>> connections_;
+  std::deque<std::shared_ptr<TimedConnection>> connections_;
+  const TimedConnection::FiredCount firedCount_ = std::make_shared<std::atomic<std::size_t>>(0);
 };
 
 }  // namespace wicket

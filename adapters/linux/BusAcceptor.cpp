@@ -5,12 +5,15 @@
 #include <cerrno>
 #include <chrono>
 #include <exception>
+#include <new>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <thread>
 #include <utility>
 
 #include "adapters/linux/PeerProcess.h"
 #include "adapters/linux/SdTimer.h"
+#include "adapters/linux/Shortage.h"
 
 namespace wicket::linux_adapter {
 namespace {
@@ -27,14 +30,30 @@ constexpr std::chrono::microseconds restTime = std::chrono::milliseconds(100);
 /// What is left to answer everybody when the listener ends.
 constexpr std::chrono::microseconds graceTime = Listener::timeToFinish;
 
-void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& connection) {
-  bool isAccepted = false;
+enum class Decision { accepted, refused, impossible };
+
+Decision decisionAbout(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& connection) {
+  const ShortageWatch watch;
   try {
-    isAccepted = delegate.shouldAcceptNewConnection(connection);
+    if (delegate.shouldAcceptNewConnection(connection)) return Decision::accepted;
+  } catch (const std::bad_alloc&) {
+    return Decision::impossible;
   } catch (const std::exception&) {
-    // A client about whom nothing could be decided is not let in.
+    return Decision::refused;  // a client about whom nothing could be decided is not let in
   }
-  if (isAccepted) {
+  return ShortageWatch::hasSeenOne() ? Decision::impossible : Decision::refused;
+}
+
+/// What could not be seen for want of descriptors or memory is no reason to refuse anybody: the client waits, and those
+/// behind it with it, until it can be seen.
+void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& connection) {
+  Decision decision = Decision::impossible;
+  while (!connection->hasEnded()) {
+    decision = decisionAbout(delegate, connection);
+    if (decision != Decision::impossible) break;
+    std::this_thread::sleep_for(restTime);
+  }
+  if (decision == Decision::accepted) {
     connection->accept();
   } else {
     connection->refuse();

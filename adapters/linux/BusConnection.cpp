@@ -2,10 +2,13 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/BusConnection.h"
 
+#include <chrono>
 #include <exception>
+#include <thread>
 #include <utility>
 
 #include "adapters/linux/BusAppProxy.h"
+#include "adapters/linux/Shortage.h"
 #include "wire/BusNames.h"
 
 namespace wicket::linux_adapter {
@@ -168,11 +171,22 @@ void BusConnection::perform(const HelperCall& call, const std::shared_ptr<ReplyB
     object = exportedObject_;
   }
   if (object == nullptr) return;
-  if (!peer_.isUnchanged()) return invalidate();
+  if (!isStillTheClient()) return invalidate();
   try {
     performWithinLimits(*object, call, block);
   } catch (const std::exception&) {
     // The call ends here; its block, let go of uncalled, tells the client.
+  }
+}
+
+/// A shortage says nothing about the process: the call waits until it can be seen.
+bool BusConnection::isStillTheClient() const {
+  constexpr std::chrono::milliseconds restTime{50};
+  for (;;) {
+    const ShortageWatch watch;
+    if (peer_.isUnchanged()) return true;
+    if (!ShortageWatch::hasSeenOne() || hasEnded()) return false;
+    std::this_thread::sleep_for(restTime);
   }
 }
 

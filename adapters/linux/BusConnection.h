@@ -78,6 +78,7 @@ class BusConnection final : public Connection, public std::enable_shared_from_th
   /// False if there is no thread for the invalidation handler.
   [[nodiscard]] bool finishExecutor(bool hasHandler) noexcept;
   void perform(const HelperCall& call, const std::shared_ptr<ReplyBlock>& block);
+  [[nodiscard]] bool isStillTheClient() const;
   void performWithinLimits(HelperProtocol& object, const HelperCall& call, const std::shared_ptr<ReplyBlock>& block);
   void callReturned(std::size_t size);
   /// With the mutex held.

@@ -7,6 +7,8 @@
 #include <grp.h>
 #include <vector>
 
+#include "adapters/linux/Shortage.h"
+
 namespace wicket::linux_adapter {
 
 std::optional<gid_t> groupNamed(const std::string& name) {
@@ -16,6 +18,8 @@ std::optional<gid_t> groupNamed(const std::string& name) {
   for (std::vector<char> buffer(1024); buffer.size() <= largestEntry; buffer.resize(buffer.size() * 4)) {
     const int error = ::getgrnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found);
     if (error == ERANGE || error == EINTR) continue;
+    errno = error;
+    ShortageWatch::note();
     // The group of root is nobody's mark: everything that root runs has it.
     return found != nullptr && found->gr_gid != 0 ? std::optional(found->gr_gid) : std::nullopt;
   }

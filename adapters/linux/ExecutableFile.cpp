@@ -8,6 +8,8 @@
 #include <sys/statvfs.h>
 #include <sys/xattr.h>
 
+#include "adapters/linux/Shortage.h"
+
 namespace wicket::linux_adapter {
 namespace {
 
@@ -33,19 +35,24 @@ bool hasAccessControlList(const std::string& path) {
   return errno != ENODATA && errno != EOPNOTSUPP;
 }
 
+std::nullopt_t unseen() {
+  ShortageWatch::note();
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<ExecutableFile> ExecutableFile::ofProcess(const ProcessFiles& process, gid_t group) {
   // Holds the file without opening it, so that no device and no pipe notices, and nothing waits.
   const Descriptor held(::open(process.path("exe").c_str(), O_PATH | O_CLOEXEC));
   struct stat status{};
-  if (!held.isOpen() || ::fstat(held.get(), &status) != 0) return std::nullopt;
+  if (!held.isOpen() || ::fstat(held.get(), &status) != 0) return unseen();
   const std::string path = linkTo(held.get());
   if (!isTrustworthy(status, group) || !bitsCountOnFileSystemOf(held.get()) || hasAccessControlList(path)) {
     return std::nullopt;
   }
   Descriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  if (!opened.isOpen()) return std::nullopt;
+  if (!opened.isOpen()) return unseen();
   ExecutableFile file(std::move(opened), status);
   return file.isUnchanged() ? std::optional(std::move(file)) : std::nullopt;
 }

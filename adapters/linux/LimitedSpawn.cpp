@@ -5,12 +5,12 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <fcntl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "adapters/posix/ChildSpawn.h"
+#include "adapters/posix/Pipe.h"
 
 namespace wicket::linux_adapter {
 namespace {
@@ -98,19 +98,17 @@ pid_t startChild(const Preparation& preparation) {
 std::expected<pid_t, LaunchError> LimitedSpawn::operator()(const std::string& launchPath,
                                                            const std::vector<std::string>& arguments,
                                                            const posix::ChildPipes& pipes) const {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::unexpected(LaunchError{errno});
-  const Descriptor report(ends[0]);
-  Descriptor childsReport(ends[1]);
+  auto report = posix::Pipe::make();
+  if (!report) return std::unexpected(LaunchError{report.error()});
   const posix::ArgumentVector vector(launchPath, arguments);
   const pid_t pid = startChild({launchPath.c_str(),
                                 vector.get(),
                                 {pipes.input.readEnd.get(), pipes.output.writeEnd.get(), pipes.error.writeEnd.get()},
                                 descriptors,
-                                childsReport.get()});
+                                report->writeEnd.get()});
   if (pid < 0) return std::unexpected(LaunchError{errno});
-  childsReport.reset();
-  const int error = reportFrom(report);
+  report->writeEnd.reset();
+  const int error = reportFrom(report->readEnd);
   if (error == 0) return pid;
   while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
   }

@@ -65,16 +65,14 @@ AuditTokenWords wordsOf(const ucred& credentials) {
           .pidVersion = 0};
 }
 
-/// False, with errno set, when there was no reading.
-bool addProcFacts(AuditTokenWords& words, const ProcessFiles& files) {
+void addProcFacts(AuditTokenWords& words, const ProcessFiles& files) {
   // A kernel without auditing has neither of them.
   words.auid = files.number("loginuid").value_or(AuditTokenWords::unset);
   words.asid = files.number("sessionid").value_or(AuditTokenWords::unset);
   const auto status = files.read("status");
-  if (!status) return false;
+  if (!status) return;
   words.ruid = ProcessFiles::statusNumber(*status, "Uid").value_or(words.ruid);
   words.rgid = ProcessFiles::statusNumber(*status, "Gid").value_or(words.rgid);
-  return true;
 }
 
 }  // namespace
@@ -88,13 +86,15 @@ std::expected<PeerProcess, int> PeerProcess::ofSocket(int descriptor) {
   peer.token_ = words.data();
   if (credentials.pid <= 0) return peer;  // of a pid namespace that is not visible from here
 
+  const ShortageWatch watch;
   const Pidfd pidfd = pidfdOfPeer(descriptor, credentials.pid);
   if (!pidfd.isOpen() && isShortage(errno)) return std::unexpected(errno);
   if (!pidfd.isOpen()) return peer;
   const auto version = versionOf(pidfd, credentials.pid);
   const auto image = imageOf(credentials.pid);
   const auto groups = groupsOfPeer(descriptor);
-  if (!addProcFacts(words, ProcessFiles(credentials.pid)) && isShortage(errno)) return std::unexpected(errno);
+  addProcFacts(words, ProcessFiles(credentials.pid));
+  if (ShortageWatch::hasSeenOne()) return std::unexpected(ENOMEM);
   if (!groups || hasGroupItself(words, *groups)) words.egid = AuditTokenWords::unset;
   // Alive after /proc was read: so the number belonged to this process all the time.
   if (!version || !pidfd.isAlive()) return peer;

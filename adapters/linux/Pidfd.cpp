@@ -2,15 +2,22 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/Pidfd.h"
 
+#include <cerrno>
 #include <poll.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/vfs.h>
 
+#include "adapters/linux/Shortage.h"
+
 namespace wicket::linux_adapter {
 
 /// The C library of Debian 12 declares its wrapper without C linkage.
-Pidfd Pidfd::open(pid_t pid) { return Pidfd(Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)))); }
+Pidfd Pidfd::open(pid_t pid) {
+  Pidfd pidfd(Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0))));
+  if (!pidfd.isOpen()) errno = ShortageWatch::note();
+  return pidfd;
+}
 
 bool Pidfd::isAlive() const {
   pollfd end{descriptor_.get(), POLLIN, 0};

@@ -72,6 +72,8 @@ PolkitAuthorizationServices::createFromExternalForm(const AuthorizationExternalF
   const auto token = wire::AuthorizationToken::parse(form);
   if (!token || !mayBeNamedByTheCaller(*token)) return std::unexpected(authorization_status::denied);
   if (const auto process = processNamedBy(*token); !process) return std::unexpected(process.error());
+  // Where nobody can be asked nothing has to be found out for a question.
+  if (const auto conversation = authority_.conversation(); !conversation) return std::unexpected(conversation.error());
   return std::make_shared<ProcessReference>(*token);
 }
 

@@ -9,10 +9,17 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "adapters/linux/Shortage.h"
 #include "system/Descriptor.h"
 
 namespace wicket::linux_adapter {
 namespace {
+
+/// Nothing there, with errno as it was.
+std::nullopt_t missing() {
+  errno = ShortageWatch::note();
+  return std::nullopt;
+}
 
 template <std::unsigned_integral Number>
 std::optional<Number> leadingNumber(std::string_view text, int base = 10) {
@@ -49,13 +56,13 @@ std::string ProcessFiles::path(std::string_view name) const { return folder_ + s
 
 std::optional<std::string> ProcessFiles::read(std::string_view name) const {
   const Descriptor file(::open(path(name).c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.isOpen()) return std::nullopt;
+  if (!file.isOpen()) return missing();
   std::string content;
   std::array<char, 4096> buffer;
   for (;;) {
     const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return std::nullopt;
+    if (count < 0) return missing();
     if (count == 0) return content;
     content.append(buffer.data(), static_cast<std::size_t>(count));
   }
@@ -68,7 +75,7 @@ std::optional<std::uint32_t> ProcessFiles::number(std::string_view name) const {
 
 std::optional<struct stat> ProcessFiles::target(std::string_view name) const {
   struct stat status{};
-  if (::stat(path(name).c_str(), &status) != 0) return std::nullopt;
+  if (::stat(path(name).c_str(), &status) != 0) return missing();
   return status;
 }
 

@@ -49,7 +49,7 @@ TEST(BusListenerTest, ClientsForWhomThereAreNoDescriptorsWaitAndAreServedLater) 
 }
 
 TEST(BusListenerTest, ClientsBeyondThoseWhoseHandshakeIsPendingWaitForTheirTurn) {
-  const DescriptorAllowance enough(2000);
+  const DescriptorAllowance enough(8000);
   doubles::RecordingHelperObject object;
   TestDelegate delegate(object);
   const ListeningSocket socket;
@@ -58,7 +58,7 @@ TEST(BusListenerTest, ClientsBeyondThoseWhoseHandshakeIsPendingWaitForTheirTurn)
   listener.resume();
   const support::Stopwatch watch;
   std::vector<std::unique_ptr<RawClient>> silent;
-  for (int i = 0; i < 256; ++i) silent.push_back(std::make_unique<RawClient>(socket.path()));
+  for (int i = 0; i < 1024; ++i) silent.push_back(std::make_unique<RawClient>(socket.path()));
   const auto client = support::BusClient::connect(socket.path());
   ASSERT_NE(client, nullptr);
   const auto serial = client->startVersion();

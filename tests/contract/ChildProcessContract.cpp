@@ -27,7 +27,7 @@ class ChildProcessContract : public testing::Test {
   support::ChildRecorder recorder_;
 };
 
-using ChildWorldTypes = testing::Types<RealChildren, ScriptedChildren>;
+using ChildWorldTypes = testing::Types<RealChildren, LimitedChildren, ScriptedChildren>;
 TYPED_TEST_SUITE(ChildProcessContract, ChildWorldTypes);
 
 TYPED_TEST(ChildProcessContract, EachStreamReachesItsOwnHandler) {

@@ -16,8 +16,10 @@
 #include <unistd.h>
 #include <vector>
 
+#include "adapters/linux/LimitedSpawn.h"
 #include "adapters/posix/PosixChildProcessLauncher.h"
 #include "system/Descriptor.h"
+#include "tests/contract/ChildWorlds.h"
 #include "tests/support/ChildRecorder.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -26,8 +28,15 @@ namespace {
 
 using namespace std::string_literals;
 
+/// A way to start a child, and what it is called.
+struct Spawning {
+  const char* name;
+  posix::SpawnChild spawnChild;
+};
+void PrintTo(const Spawning& spawning, std::ostream* stream) { *stream << spawning.name; }
+
 // How a real child is started: what it may be, and what it finds when it runs.
-class ChildProcessContractPosixLaunch : public testing::Test {
+class ChildProcessContractPosixLaunch : public testing::TestWithParam<Spawning> {
  protected:
   std::string file(const std::string& name, const std::string& content, mode_t mode) {
     const std::string path = folder_.path(name);
@@ -64,40 +73,45 @@ class ChildProcessContractPosixLaunch : public testing::Test {
   }
 
   support::TemporaryFolder folder_;
-  PosixChildProcessLauncher launcher_;
+  PosixChildProcessLauncher launcher_{GetParam().spawnChild};
 };
 
-TEST_F(ChildProcessContractPosixLaunch, AToolThatIsMissingIsALaunchError) {
+INSTANTIATE_TEST_SUITE_P(Spawned, ChildProcessContractPosixLaunch,
+                         testing::Values(Spawning{"ByThePosixCall", posix::spawnChild},
+                                         Spawning{"WithALimitOfItsOwn", LimitedChildren::spawnChild()}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST_P(ChildProcessContractPosixLaunch, AToolThatIsMissingIsALaunchError) {
   EXPECT_EQ(launchError(folder_.path("missing")), ENOENT);
   EXPECT_EQ(launchError(""), ENOENT);
   EXPECT_EQ(launchError(file("file", "x", 0644) + "/tool"), ENOTDIR);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, AToolThatIsADirectoryOrAFifoIsALaunchError) {
+TEST_P(ChildProcessContractPosixLaunch, AToolThatIsADirectoryOrAFifoIsALaunchError) {
   ASSERT_EQ(::mkfifo(folder_.path("fifo").c_str(), 0777), 0);
   EXPECT_EQ(launchError(folder_.path()), EACCES);
   EXPECT_EQ(launchError(folder_.path("fifo")), EACCES);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, AToolWithoutExecutePermissionIsALaunchError) {
+TEST_P(ChildProcessContractPosixLaunch, AToolWithoutExecutePermissionIsALaunchError) {
   EXPECT_EQ(launchError(file("tool", "#!/bin/sh\nexit 0\n", 0644)), EACCES);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, AFileOfNoKnownFormatIsALaunchErrorAndNoShellIsTried) {
+TEST_P(ChildProcessContractPosixLaunch, AFileOfNoKnownFormatIsALaunchErrorAndNoShellIsTried) {
   EXPECT_EQ(launchError(file("text", "exit 0\n", 0755)), ENOEXEC);
   EXPECT_EQ(launchError(file("empty", "", 0755)), ENOEXEC);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, AToolWhoseInterpreterIsMissingIsALaunchError) {
+TEST_P(ChildProcessContractPosixLaunch, AToolWhoseInterpreterIsMissingIsALaunchError) {
   EXPECT_EQ(launchError(file("tool", "#!/no/such/interpreter\n", 0755)), ENOENT);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, MoreArgumentsThanTheSystemTakesAreALaunchError) {
+TEST_P(ChildProcessContractPosixLaunch, MoreArgumentsThanTheSystemTakesAreALaunchError) {
   const std::string oneMegabyte(std::size_t{1} << 20, 'a');
   EXPECT_EQ(launchError("/bin/true", {oneMegabyte}), E2BIG);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, NoDescriptorLeftIsALaunchError) {
+TEST_P(ChildProcessContractPosixLaunch, NoDescriptorLeftIsALaunchError) {
   rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
   const Descriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -111,7 +125,7 @@ TEST_F(ChildProcessContractPosixLaunch, NoDescriptorLeftIsALaunchError) {
   EXPECT_EQ(launchError("/bin/true"), 0);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, NoThreadLeftIsALaunchErrorAndStartsNoChild) {
+TEST_P(ChildProcessContractPosixLaunch, NoThreadLeftIsALaunchErrorAndStartsNoChild) {
   // No address space holds a thread with such a stack.
   constexpr std::size_t impossible = std::size_t{1} << 50;
   pthread_attr_t before;
@@ -128,13 +142,13 @@ TEST_F(ChildProcessContractPosixLaunch, NoThreadLeftIsALaunchErrorAndStartsNoChi
   EXPECT_FALSE(std::filesystem::exists(folder_.path("ran")));
 }
 
-TEST_F(ChildProcessContractPosixLaunch, AToolMayItselfBeAScript) {
+TEST_P(ChildProcessContractPosixLaunch, AToolMayItselfBeAScript) {
   const std::string inner = file("inner", "#!/bin/sh\nprintf '<%s>' \"$@\"\n", 0755);
   const std::string outer = file("outer", "#!" + inner + " option\n", 0755);
   EXPECT_EQ(outputOf(outer, {"a b", "c"}), "<option><" + outer + "><a b><c>");
 }
 
-TEST_F(ChildProcessContractPosixLaunch, ARelativeToolIsFoundFromTheCurrentDirectoryAndNowhereElse) {
+TEST_P(ChildProcessContractPosixLaunch, ARelativeToolIsFoundFromTheCurrentDirectoryAndNowhereElse) {
   file("tool", "#!/bin/sh\nprintf '%s' \"$PWD\"\n", 0755);
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(folder_.path());
@@ -146,30 +160,30 @@ TEST_F(ChildProcessContractPosixLaunch, ARelativeToolIsFoundFromTheCurrentDirect
   EXPECT_EQ(launchError("true"), ENOENT);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, ArgumentsArriveVerbatimEmptyOnesIncludedAndCutAtANul) {
+TEST_P(ChildProcessContractPosixLaunch, ArgumentsArriveVerbatimEmptyOnesIncludedAndCutAtANul) {
   EXPECT_EQ(
       outputOf("/bin/sh", {"-c", "printf '<%s>' \"$0\" \"$@\"", "zero", "", "a b", "$HOME \"'*", "cut\0off"s, "\xFF"}),
       "<zero><><a b><$HOME \"'*><cut><\xFF>");
 }
 
-TEST_F(ChildProcessContractPosixLaunch, TheFirstArgumentIsTheLaunchPath) {
+TEST_P(ChildProcessContractPosixLaunch, TheFirstArgumentIsTheLaunchPath) {
   const std::string tool = outputOf("/bin/cat", {"/proc/self/cmdline"});
   EXPECT_EQ(tool, "/bin/cat\0/proc/self/cmdline\0"s);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, TenThousandArgumentsArrive) {
+TEST_P(ChildProcessContractPosixLaunch, TenThousandArgumentsArrive) {
   std::vector<std::string> arguments{"-c", "printf '%s' \"$#\"", "zero"};
   arguments.resize(arguments.size() + 10'000, "x");
   EXPECT_EQ(outputOf("/bin/sh", arguments), "10000");
 }
 
-TEST_F(ChildProcessContractPosixLaunch, TheEnvironmentIsInherited) {
+TEST_P(ChildProcessContractPosixLaunch, TheEnvironmentIsInherited) {
   ASSERT_EQ(::setenv("WICKET_TEST_VALUE", "from the parent", 1), 0);
   EXPECT_EQ(outputOf("/bin/sh", {"-c", "printf '%s' \"$WICKET_TEST_VALUE\""}), "from the parent");
   ::unsetenv("WICKET_TEST_VALUE");
 }
 
-TEST_F(ChildProcessContractPosixLaunch, TheChildLeadsAProcessGroupInTheSameSession) {
+TEST_P(ChildProcessContractPosixLaunch, TheChildLeadsAProcessGroupInTheSameSession) {
   std::istringstream fields(outputOf("/bin/cat", {"/proc/self/stat"}));
   long pid = 0;
   std::string name;
@@ -184,7 +198,7 @@ TEST_F(ChildProcessContractPosixLaunch, TheChildLeadsAProcessGroupInTheSameSessi
   EXPECT_EQ(session, ::getsid(0));
 }
 
-TEST_F(ChildProcessContractPosixLaunch, TheChildStartsWithNoSignalBlockedOrIgnored) {
+TEST_P(ChildProcessContractPosixLaunch, TheChildStartsWithNoSignalBlockedOrIgnored) {
   sigset_t blocked;
   sigset_t before;
   ::sigemptyset(&blocked);
@@ -205,9 +219,9 @@ TEST_F(ChildProcessContractPosixLaunch, TheChildStartsWithNoSignalBlockedOrIgnor
   EXPECT_EQ(::sigismember(&after, SIGINT), 0) << "the launch changed the caller's signal mask";
 }
 
-TEST_F(ChildProcessContractPosixLaunch, ALauncherMadeWhileSigchldIsIgnoredStillGetsStatuses) {
+TEST_P(ChildProcessContractPosixLaunch, ALauncherMadeWhileSigchldIsIgnoredStillGetsStatuses) {
   const auto before = ::signal(SIGCHLD, SIG_IGN);
-  PosixChildProcessLauncher launcher;
+  PosixChildProcessLauncher launcher(GetParam().spawnChild);
   support::ChildRecorder recorder;
   const auto child = launcher.launch(recorder.shell("exit 3"));
   ASSERT_TRUE(child);
@@ -216,7 +230,7 @@ TEST_F(ChildProcessContractPosixLaunch, ALauncherMadeWhileSigchldIsIgnoredStillG
   ::signal(SIGCHLD, before);
 }
 
-TEST_F(ChildProcessContractPosixLaunch, OnlyTheThreeStandardDescriptorsReachTheChild) {
+TEST_P(ChildProcessContractPosixLaunch, OnlyTheThreeStandardDescriptorsReachTheChild) {
   const Descriptor low(::open("/dev/null", O_RDONLY));
   const Descriptor high(::fcntl(low.get(), F_DUPFD, 500));
   ASSERT_TRUE(high.isOpen());
@@ -245,7 +259,7 @@ class WithoutStandardStreams {
   std::vector<Descriptor> kept_;
 };
 
-TEST_F(ChildProcessContractPosixLaunch, NoPipeOfAChildBecomesAStandardStreamOfTheParent) {
+TEST_P(ChildProcessContractPosixLaunch, NoPipeOfAChildBecomesAStandardStreamOfTheParent) {
   support::ChildRecorder recorder;
   std::vector<bool> taken;
   {
@@ -259,7 +273,7 @@ TEST_F(ChildProcessContractPosixLaunch, NoPipeOfAChildBecomesAStandardStreamOfTh
   EXPECT_TRUE(recorder.waitForRelease());
 }
 
-TEST_F(ChildProcessContractPosixLaunch, TheStandardStreamsAreThreeDifferentPipesEvenIfTheParentHasNone) {
+TEST_P(ChildProcessContractPosixLaunch, TheStandardStreamsAreThreeDifferentPipesEvenIfTheParentHasNone) {
   std::string shown;
   {
     const WithoutStandardStreams closed;
@@ -274,7 +288,7 @@ TEST_F(ChildProcessContractPosixLaunch, TheStandardStreamsAreThreeDifferentPipes
   EXPECT_TRUE(input != output && output != error && error != input) << shown;
 }
 
-TEST_F(ChildProcessContractPosixLaunch, AChildThatReadsItsInputWaits) {
+TEST_P(ChildProcessContractPosixLaunch, AChildThatReadsItsInputWaits) {
   support::ChildRecorder recorder;
   const auto child = launcher_.launch(recorder.shell("echo $$; read -r line; exit 1"));
   ASSERT_TRUE(child);
@@ -283,6 +297,19 @@ TEST_F(ChildProcessContractPosixLaunch, AChildThatReadsItsInputWaits) {
                                 std::chrono::milliseconds(300)));
   ASSERT_EQ(::kill(std::stoi(recorder.record().output), SIGTERM), 0);
   EXPECT_EQ((*child)->waitUntilExit(), SIGTERM);
+}
+
+TEST(LimitedSpawnTest, AChildHasTheLimitOfDescriptorsThatItIsGivenAndNotThatOfItsParent) {
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit own{before.rlim_max, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &own), 0);
+  PosixChildProcessLauncher launcher(linux_adapter::LimitedSpawn{{321, before.rlim_max}});
+  support::ChildRecorder recorder;
+  const auto child = launcher.launch(recorder.shell("ulimit -Sn; ulimit -Hn"));
+  EXPECT_TRUE(recorder.waitForRelease());
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(recorder.record().output, "321\n" + std::to_string(before.rlim_max) + "\n");
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "adapters/linux/LimitedSpawn.h"
 #include "adapters/posix/PosixChildProcessLauncher.h"
 #include "system/Descriptor.h"
 #include "tests/doubles/ScriptedChildProcessLauncher.h"
@@ -21,7 +22,8 @@ namespace wicket::contract {
 /// A real shell that takes its orders from a named pipe, and a descendant that takes them from another.
 class RealChildren {
  public:
-  RealChildren() : orders_(makePipe("orders")), descendantOrders_(makePipe("descendant")) {}
+  explicit RealChildren(posix::SpawnChild spawnChild = posix::spawnChild)
+      : orders_(makePipe("orders")), descendantOrders_(makePipe("descendant")), launcher_(std::move(spawnChild)) {}
 
   ChildProcessLauncher& launcher() { return launcher_; }
   ChildProcessTask task(support::ChildRecorder& recorder) {
@@ -59,6 +61,17 @@ class RealChildren {
   Descriptor orders_;
   Descriptor descendantOrders_;
   PosixChildProcessLauncher launcher_;
+};
+
+/// The same, started with a limit of descriptors of their own.
+class LimitedChildren : public RealChildren {
+ public:
+  LimitedChildren() : RealChildren(spawnChild()) {}
+  [[nodiscard]] static posix::SpawnChild spawnChild() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) throw std::runtime_error("no limit");
+    return linux_adapter::LimitedSpawn{limit};
+  }
 };
 
 /// The double. A child without a descendant closes its streams when it ends.

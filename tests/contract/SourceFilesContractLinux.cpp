@@ -36,7 +36,7 @@ using linux_adapter::ClientSourceFiles;
 using linux_adapter::ProcessFiles;
 using support::ProcessInspection;
 
-constexpr uid_t user = 65534;
+constexpr uid_t ordinaryUser = 65534;
 constexpr gid_t itsGroup = 4001;
 constexpr gid_t companionGroup = 4002;
 constexpr gid_t furtherGroup = 4003;
@@ -45,7 +45,7 @@ constexpr gid_t furtherGroup = 4003;
 bool setUserAndGroups() {
   const gid_t further = furtherGroup;
   return ::setgroups(1, &further) == 0 && ::setresgid(itsGroup, companionGroup, companionGroup) == 0 &&
-         ::setresuid(user, user, user) == 0;
+         ::setresuid(ordinaryUser, ordinaryUser, ordinaryUser) == 0;
 }
 
 /// A client that does nothing but be somewhere.
@@ -124,24 +124,24 @@ TEST_F(SourceFilesContractLinux, OutsideAClientsCallNothingIsOpened) {
 
 TEST_F(SourceFilesContractLinux, AFileIsReadWithTheClientsRightsAndNotWithThoseOfRoot) {
   const PlacedClient client(setUserAndGroups);
-  EXPECT_EQ(read(client, user, place("open", 0, 0, 0644)), "open");
-  EXPECT_EQ(read(client, user, place("own", user, 0, 0600)), "own");
-  EXPECT_EQ(read(client, user, place("of root", 0, 0, 0600)), denied);
-  EXPECT_EQ(read(client, user, place("of another", 1234, 0, 0600)), denied);
+  EXPECT_EQ(read(client, ordinaryUser, place("open", 0, 0, 0644)), "open");
+  EXPECT_EQ(read(client, ordinaryUser, place("own", ordinaryUser, 0, 0600)), "own");
+  EXPECT_EQ(read(client, ordinaryUser, place("of root", 0, 0, 0600)), denied);
+  EXPECT_EQ(read(client, ordinaryUser, place("of another", 1234, 0, 0600)), denied);
   world_.addLink(world_.at("link"), "/etc/shadow");
-  EXPECT_EQ(read(client, user, world_.at("link")), denied);
+  EXPECT_EQ(read(client, ordinaryUser, world_.at("link")), denied);
 }
 
 TEST_F(SourceFilesContractLinux, ItsRealGroupAndItsSupplementaryOnesCountAndTheCompanionsDoesNot) {
   const PlacedClient client(setUserAndGroups);
-  EXPECT_EQ(read(client, user, place("real", 0, itsGroup, 0640)), "real");
-  EXPECT_EQ(read(client, user, place("further", 0, furtherGroup, 0640)), "further");
-  EXPECT_EQ(read(client, user, place("companion's", 0, companionGroup, 0640)), denied);
-  EXPECT_EQ(read(client, user, place("of root's group", 0, 0, 0640)), denied);
+  EXPECT_EQ(read(client, ordinaryUser, place("real", 0, itsGroup, 0640)), "real");
+  EXPECT_EQ(read(client, ordinaryUser, place("further", 0, furtherGroup, 0640)), "further");
+  EXPECT_EQ(read(client, ordinaryUser, place("companion's", 0, companionGroup, 0640)), denied);
+  EXPECT_EQ(read(client, ordinaryUser, place("of root's group", 0, 0, 0640)), denied);
 }
 
 TEST_F(SourceFilesContractLinux, RootReadsEverythingUnlessItWasDeniedThat) {
-  const std::string path = place("of a user", user, 0, 0600);
+  const std::string path = place("of a user", ordinaryUser, 0, 0600);
   const PlacedClient root([] { return true; });
   EXPECT_EQ(read(root, 0, path), "of a user");
   const PlacedClient weakRoot([] {
@@ -163,7 +163,7 @@ TEST_F(SourceFilesContractLinux, AMountThatOnlyTheClientSeesIsWhatIsRead) {
     world_.addFile(folder + "/file", "seen by the client");
     return setUserAndGroups();
   });
-  EXPECT_EQ(read(client, user, folder + "/file"), "seen by the client");
+  EXPECT_EQ(read(client, ordinaryUser, folder + "/file"), "seen by the client");
   EXPECT_EQ(world_.content(folder + "/file"), "seen by all");
 }
 
@@ -174,9 +174,9 @@ TEST_F(SourceFilesContractLinux, PathsAndLinksStartAtTheClientsRootDirectory) {
   world_.addLink(folder + "/link", "/file");
   world_.addLink(folder + "/up", "../../../../../etc/passwd");
   const PlacedClient client([&] { return ::chroot(folder.c_str()) == 0 && setUserAndGroups(); });
-  EXPECT_EQ(read(client, user, "/file"), "below the root");
-  EXPECT_EQ(read(client, user, "/link"), "below the root");
-  EXPECT_EQ(read(client, user, "/up"), std::to_string(ENOENT));
+  EXPECT_EQ(read(client, ordinaryUser, "/file"), "below the root");
+  EXPECT_EQ(read(client, ordinaryUser, "/link"), "below the root");
+  EXPECT_EQ(read(client, ordinaryUser, "/up"), std::to_string(ENOENT));
 }
 
 TEST_F(SourceFilesContractLinux, WhoReadsHasTheClientsIdentityAndNoCapability) {
@@ -184,7 +184,7 @@ TEST_F(SourceFilesContractLinux, WhoReadsHasTheClientsIdentityAndNoCapability) {
   const std::string path = endlessFile();
   int error = 0;
   std::thread reading([&] {
-    const CallingClient::Scope onBehalfOf({client.pid(), user});
+    const CallingClient::Scope onBehalfOf({client.pid(), ordinaryUser});
     ClientSourceFiles files(WICKET_HELPER, std::chrono::hours(1));
     const auto file = files.open(path);
     error = file ? 0 : file.error().number;
@@ -203,7 +203,7 @@ TEST_F(SourceFilesContractLinux, WhoReadsHasTheClientsIdentityAndNoCapability) {
   reading.join();
   EXPECT_EQ(error, EIO) << "the reader was killed";
   for (int index = 0; index < 4; ++index) {
-    EXPECT_EQ(ProcessFiles::statusNumber(status, "Uid", index), user);
+    EXPECT_EQ(ProcessFiles::statusNumber(status, "Uid", index), ordinaryUser);
     EXPECT_EQ(ProcessFiles::statusNumber(status, "Gid", index), itsGroup);
   }
   EXPECT_EQ(ProcessFiles::statusNumbers(status, "Groups"), std::vector<gid_t>{furtherGroup});
@@ -214,7 +214,7 @@ TEST_F(SourceFilesContractLinux, WhoReadsHasTheClientsIdentityAndNoCapability) {
 
 TEST_F(SourceFilesContractLinux, AFileThatTakesTooLongIsGivenUpAndNobodyReadsOn) {
   const PlacedClient client(setUserAndGroups);
-  const CallingClient::Scope onBehalfOf({client.pid(), user});
+  const CallingClient::Scope onBehalfOf({client.pid(), ordinaryUser});
   ClientSourceFiles files(WICKET_HELPER, std::chrono::milliseconds(100));
   const auto file = files.open(endlessFile());
   ASSERT_FALSE(file);
@@ -226,11 +226,11 @@ TEST_F(SourceFilesContractLinux, NothingOfAReadingStaysBehind) {
   const PlacedClient client(setUserAndGroups);
   const std::string open = place("open", 0, 0, 0644);
   const std::string closed = place("closed", 0, 0, 0600);
-  EXPECT_EQ(read(client, user, open), "open");
+  EXPECT_EQ(read(client, ordinaryUser, open), "open");
   const std::size_t before = ProcessInspection::descriptorCount(::getpid());
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(read(client, user, open), "open");
-    EXPECT_EQ(read(client, user, closed), denied);
+    EXPECT_EQ(read(client, ordinaryUser, open), "open");
+    EXPECT_EQ(read(client, ordinaryUser, closed), denied);
   }
   EXPECT_EQ(ProcessInspection::descriptorCount(::getpid()), before);
   EXPECT_EQ(ProcessInspection::childrenOf(::getpid()), std::vector<pid_t>{client.pid()});
@@ -242,7 +242,7 @@ TEST_F(SourceFilesContractLinux, AClientThatHasGoneReadsNothing) {
     const PlacedClient client(setUserAndGroups);
     gone = client.pid();
   }
-  const CallingClient::Scope onBehalfOf({gone, user});
+  const CallingClient::Scope onBehalfOf({gone, ordinaryUser});
   ClientSourceFiles files(WICKET_HELPER);
   EXPECT_EQ(files.open(place("open", 0, 0, 0644)).error().number, ESRCH);
 }

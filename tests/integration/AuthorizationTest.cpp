@@ -179,6 +179,78 @@ TEST_F(AuthorizationTest, AnOpenDialogHoldsUpNoOtherClientAndOnlyTheLaterCallsOf
   EXPECT_TRUE(client->await(version));
 }
 
+/// What happens to the source while the question about it is open.
+class ChangedSourceTest : public AuthorizationTest {
+ protected:
+  static constexpr char source[] = "/var/tmp/source.sh";
+  static constexpr char before[] = "#!/bin/bash\necho before\n";
+  static constexpr char after[] = "#!/bin/bash\necho after!\n";
+
+  void SetUp() override {
+    AuthorizationTest::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    writeFile(source, before);
+    startPolkit("default");
+    startAgent(Behaviour::authenticates);
+  }
+  /// The reply when the user consents after that change.
+  std::optional<std::int64_t> installDuring(const std::function<void()>& change) {
+    agent().hold();
+    const auto client = connect();
+    const auto installation = client->startInstall(scriptPaths, userToken());
+    EXPECT_TRUE(client->flush());
+    EXPECT_TRUE(eventually([&] { return agent().numberOfQuestions() == 1; }));
+    EXPECT_FALSE(std::filesystem::exists("/var/orvane")) << "nothing is stored before the consent";
+    change();
+    agent().release();
+    return client->awaitCode(installation);
+  }
+};
+
+TEST_F(ChangedSourceTest, AFileThatIsExchangedDuringTheQuestionIsNotWhatIsInstalled) {
+  writeFile("/var/tmp/other.sh", after);
+  EXPECT_EQ(installDuring([] { std::filesystem::rename("/var/tmp/other.sh", source); }), 0);
+  EXPECT_EQ(readFile("/var/orvane/job.sh"), before);
+}
+
+TEST_F(ChangedSourceTest, ALinkThatIsSetDuringTheQuestionIsNotFollowed) {
+  EXPECT_EQ(installDuring([] {
+              std::filesystem::remove(source);
+              std::filesystem::create_symlink("/etc/shadow", source);
+            }),
+            0);
+  EXPECT_EQ(readFile("/var/orvane/job.sh"), before);
+}
+
+TEST_F(ChangedSourceTest, AContentThatIsChangedDuringTheQuestionIsNotInstalled) {
+  EXPECT_EQ(installDuring([] { writeFile(source, after); }), 590);
+  EXPECT_FALSE(std::filesystem::exists("/var/orvane/job.sh"));
+}
+
+TEST_F(ChangedSourceTest, TheQuestionTellsWhatIsInstalled) {
+  EXPECT_EQ(installDuring([] {}), 0);
+  EXPECT_EQ(agent().message(),
+            "Tolvern wants to install a privileged script in a safe location. File: \"/var/tmp/source.sh\". "
+            "Destination: \"/var/orvane/job.sh\". User: \"nobody\" (65534). Size: 24 bytes. "
+            "SHA-256: 228bdf7790bdcfbcf1041410d13fc358....");
+}
+
+TEST_F(ChangedSourceTest, WhatCannotBeReadIsAskedAboutAsSuchAndFailsAfterTheConsent) {
+  std::filesystem::remove(source);
+  EXPECT_EQ(installDuring([] { writeFile(source, after); }), 590);
+  EXPECT_THAT(agent().message(), testing::HasSubstr("File: \"/var/tmp/source.sh\" (cannot be read: No such file"));
+  EXPECT_FALSE(std::filesystem::exists("/var/orvane/job.sh"));
+}
+
+TEST_F(AuthorizationTest, WithoutTheAuthorizationTheReplyIsTheSameWhateverTheSourceIs) {
+  startPolkit("no");
+  const auto client = connect();
+  for (const auto* paths : {"/var/tmp/source.sh,/var/orvane/a.sh", "/no/such/file,/var/orvane/a.sh",
+                            "/etc,/var/orvane/a.sh", "no comma", "/a,/b,/c"}) {
+    EXPECT_EQ(client->awaitCode(client->startInstall(paths, userToken())), 156) << paths;
+  }
+}
+
 TEST_F(AuthorizationTest, RemovingAndRunningNeedNoAuthorization) {
   addScript("job.sh", "#!/bin/bash\n");
   const auto client = connect();

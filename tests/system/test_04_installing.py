@@ -2,6 +2,8 @@
 # SPDX-FileCopyrightText: 2026 the Wicket helper authors
 """Installing a script takes an administrator's password, typed at the terminal."""
 
+import hashlib
+
 import pytest
 from helper import FOLDER, HOLD, PASSWORDS, owner_and_mode
 
@@ -24,7 +26,12 @@ def scripts(machine):
 def test_the_user_reads_what_is_asked_and_nothing_is_there_until_the_password_is_typed(machine, alice):
     alice.start("wicket install report.sh")
     shown = alice.expect_password_prompt()
-    assert "Tolvern wants to install a privileged script in a safe location." in shown
+    text = " ".join(shown.split())
+    digest = hashlib.sha256(REPORT.encode()).hexdigest()[:32]
+    assert ("Tolvern wants to install a privileged script in a safe location. "
+            'File: "/home/alice/report.sh". Destination: "/var/orvane/report.sh". '
+            f'User: "alice" ({machine.output("id", "-u", "alice").strip()}). '
+            f"Size: {len(REPORT)} bytes. SHA-256: {digest}....") in text
     assert "Authenticating as: alice" in shown
     assert not machine.exists(f"{FOLDER}/report.sh")
     alice.type(PASSWORDS["alice"])
@@ -38,6 +45,30 @@ def test_the_script_is_a_copy_that_belongs_to_root(machine):
     assert owner_and_mode(machine, f"{FOLDER}/report.sh") == "root:root 500"
     assert owner_and_mode(machine, FOLDER) == "root:root 755"
     machine.run("cmp", "/home/alice/report.sh", f"{FOLDER}/report.sh")
+
+
+def test_a_file_that_another_takes_the_place_of_meanwhile_is_not_what_is_installed(machine, alice):
+    machine.write("/home/alice/shown.sh", REPORT, owner="alice")
+    machine.write("/home/alice/other.sh", "#!/bin/bash\nid\n", owner="alice")
+    alice.start("wicket install shown.sh")
+    alice.expect_password_prompt()
+    machine.run("mv", "/home/alice/other.sh", "/home/alice/shown.sh")
+    alice.type(PASSWORDS["alice"])
+    assert alice.finish().status == 0
+    machine.run("cmp", "/home/alice/report.sh", f"{FOLDER}/shown.sh")
+    assert alice.run("wicket remove shown.sh").status == 0
+
+
+def test_a_file_that_is_changed_meanwhile_is_not_installed(machine, alice):
+    machine.write("/home/alice/shown.sh", REPORT, owner="alice")
+    alice.start("wicket install shown.sh")
+    alice.expect_password_prompt()
+    machine.shell("echo reboot >>/home/alice/shown.sh")
+    alice.type(PASSWORDS["alice"])
+    result = alice.finish()
+    assert result.status == 1
+    assert "that nobody changed it meanwhile" in result.lines[-1]
+    assert not machine.exists(f"{FOLDER}/shown.sh")
 
 
 def test_a_wrong_password_installs_nothing_and_can_be_typed_again_and_again(machine, alice):
