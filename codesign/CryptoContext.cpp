@@ -10,8 +10,9 @@ namespace wicket::codesign {
 namespace {
 
 OSSL_LIB_CTX* makeContext() {
-  // For the whole process, as the file is read once per process and not once per context.
-  if (OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) != 1) return nullptr;
+  // For the whole process, as the file is read once per process and not once per context. Nor does the library clean up
+  // when the process ends: that would take away what a context needs while threads still use it.
+  if (OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ATEXIT, nullptr) != 1) return nullptr;
   OSSL_LIB_CTX* context = OSSL_LIB_CTX_new();
   if (context == nullptr || OSSL_PROVIDER_load(context, "default") != nullptr) return context;
   OSSL_LIB_CTX_free(context);

@@ -38,8 +38,9 @@ ContentDigest Sha256::finish() {
 
 struct Sha256::State {
   State() {
-    // No configuration of OpenSSL's is read: it could name modules to load.
-    if (OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) != 1) throw std::bad_alloc();
+    // No configuration of OpenSSL's is read: it could name modules to load. And nothing is cleaned up when the process
+    // ends, for threads may still be computing then.
+    if (OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ATEXIT, nullptr) != 1) throw std::bad_alloc();
     const std::unique_ptr<EVP_MD, decltype(&EVP_MD_free)> algorithm(EVP_MD_fetch(nullptr, "SHA256", nullptr),
                                                                     &EVP_MD_free);
     if (!algorithm || !context || EVP_DigestInit_ex2(context.get(), algorithm.get(), nullptr) != 1) {
