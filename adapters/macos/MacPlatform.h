@@ -5,6 +5,7 @@
 #include "adapters/macos/LaunchdServiceJob.h"
 #include "adapters/macos/MacAuthorizationServices.h"
 #include "adapters/macos/MacCodeSigningServices.h"
+#include "adapters/macos/MacSourceFiles.h"
 #include "adapters/macos/MacUnifiedLog.h"
 #include "adapters/macos/MainBundle.h"
 #include "adapters/macos/MainRunLoop.h"
@@ -20,6 +21,7 @@ class MacPlatform final : public Platform {
   MainQueue& mainQueue() override { return mainQueue_; }
   UnifiedLog& unifiedLog() override { return unifiedLog_; }
   FileManager& fileManager() override { return fileManager_; }
+  SourceFiles& sourceFiles() override { return sourceFiles_; }
   ChildProcessLauncher& childProcessLauncher() override { return childProcessLauncher_; }
   AuthorizationServices& authorizationServices() override { return authorizationServices_; }
   CodeSigningServices& codeSigningServices() override { return codeSigningServices_; }
@@ -31,6 +33,7 @@ class MacPlatform final : public Platform {
   MainRunLoop mainQueue_;
   MacUnifiedLog unifiedLog_;
   PosixFileManager fileManager_;
+  MacSourceFiles sourceFiles_;
   PosixChildProcessLauncher childProcessLauncher_;
   MacAuthorizationServices authorizationServices_;
   MacCodeSigningServices codeSigningServices_;

@@ -29,4 +29,7 @@ Platform& Platform::current() {
   return platform;
 }
 
+// The platform starts no other process out of this program.
+std::optional<int> Platform::runAuxiliaryProcess(std::span<char* const> /*arguments*/) { return std::nullopt; }
+
 }  // namespace wicket

@@ -8,11 +8,13 @@
 #include <utility>
 #include <vector>
 
+#include "adapters/macos/CallingUser.h"
 #include "adapters/macos/ReplyBlock.h"
 #include "adapters/macos/Text.h"
 
 namespace {
 
+using wicket::macos_adapter::CallingUser;
 using wicket::macos_adapter::foundationText;
 using wicket::macos_adapter::ReplyBlock;
 using wicket::macos_adapter::ServedCalls;
@@ -101,6 +103,8 @@ void serve(NSXPCConnection* connection, const Action& action) noexcept {
   serve(_connection, [&] {
     const auto text = utf8Text(path);
     if (!text) return false;
+    NSXPCConnection* const connection = _connection;
+    const CallingUser::Scope onBehalfOf({connection.effectiveUserIdentifier, connection.effectiveGroupIdentifier});
     _object->installScript(*text, copiedBytes(authData), codeCompletion(completion, _calls->begin()));
     return true;
   });

@@ -82,6 +82,9 @@ std::string nameOf(NSXPCInterface* interface) { return interface == nil ? "nothi
 - (uid_t)effectiveUserIdentifier {
   return self.auditToken.val[1];
 }
+- (gid_t)effectiveGroupIdentifier {
+  return self.auditToken.val[2];
+}
 - (void)setExportedInterface:(NSXPCInterface*)interface {
   Recording::add("connection.exportedInterface " + nameOf(interface));
   _exportedInterface = interface;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
+#include "adapters/macos/CallingUser.h"
 #include "adapters/macos/XpcConnection.h"
 #include "tests/doubles/RecordingHelperObject.h"
 #include "tests/macos/frameworks/SerialQueue.h"
@@ -226,6 +228,21 @@ TEST_F(ExportedObjectTest, TheAuditTokenIsThatOfTheConnectionAllOfIt) {
   const AuditTokenData token = connection_->auditToken();
   for (std::size_t i = 0; i < token.size(); ++i) EXPECT_EQ(std::to_integer<std::size_t>(token[i]), i);
   EXPECT_EQ(connection_->effectiveUserIdentifier(), 0x07060504U) << "the second of its words";
+}
+
+TEST_F(ExportedObjectTest, AnInstallationIsMadeOnBehalfOfTheUserOfItsConnection) {
+  std::optional<macos_adapter::CallingUser> during;
+  object_.onCode = [&](const auto& completion) {
+    during = macos_adapter::CallingUser::current();
+    completion(0);
+  };
+  client_.call([&](id<HelperProtocol> helper) {
+    [helper installScriptAt:@"/a,/b" authData:nil completion:replies_.code()];
+  });
+  ASSERT_TRUE(during);
+  EXPECT_EQ(during->user, 0x07060504U);
+  EXPECT_EQ(during->group, 0x0B0A0908U);
+  EXPECT_FALSE(macos_adapter::CallingUser::current());
 }
 
 TEST_F(ExportedObjectTest, TheInvalidationHandlerRunsOnceOnTheConnectionsQueueAndIsLetGoOf) {

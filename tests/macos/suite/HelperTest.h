@@ -8,6 +8,7 @@
 #include "adapters/macos/MacPlatform.h"
 #include "helper/PrivilegedHelper.h"
 #include "tests/doubles/InMemoryFileManager.h"
+#include "tests/doubles/InMemorySourceFiles.h"
 #include "tests/macos/suite/Companion.h"
 #include "tests/macos/suite/FrameworkTest.h"
 #include "tests/macos/suite/Replies.h"
@@ -20,6 +21,7 @@ class MacWithOwnFiles final : public Platform {
   MainQueue& mainQueue() override { return mac_.mainQueue(); }
   UnifiedLog& unifiedLog() override { return mac_.unifiedLog(); }
   doubles::InMemoryFileManager& fileManager() override { return files_; }
+  SourceFiles& sourceFiles() override { return sources_; }
   ChildProcessLauncher& childProcessLauncher() override { return mac_.childProcessLauncher(); }
   AuthorizationServices& authorizationServices() override { return mac_.authorizationServices(); }
   CodeSigningServices& codeSigningServices() override { return mac_.codeSigningServices(); }
@@ -32,6 +34,7 @@ class MacWithOwnFiles final : public Platform {
  private:
   macos_adapter::MacPlatform mac_;
   doubles::InMemoryFileManager files_;
+  doubles::InMemorySourceFiles sources_{files_};
 };
 
 /// The helper itself on the adapters.

@@ -90,6 +90,7 @@ typedef struct {
 @property(nullable, retain) NSXPCInterface* remoteObjectInterface;
 @property(readonly, retain) id remoteObjectProxy;
 @property(readonly) uid_t effectiveUserIdentifier;
+@property(readonly) gid_t effectiveGroupIdentifier;
 @property(nullable, copy) void (^invalidationHandler)(void);
 - (void)scheduleSendBarrierBlock:(void (^)(void))block API_AVAILABLE(macos(10.15));
 - (void)resume;

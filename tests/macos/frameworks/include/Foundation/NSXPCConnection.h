@@ -35,6 +35,7 @@
 @property(nonatomic, nullable, retain) NSXPCInterface* remoteObjectInterface;
 @property(readonly, retain) id remoteObjectProxy;
 @property(readonly) uid_t effectiveUserIdentifier;
+@property(readonly) gid_t effectiveGroupIdentifier;
 @property(nonatomic, nullable, copy) void (^interruptionHandler)(void);
 @property(nonatomic, nullable, copy) void (^invalidationHandler)(void);
 - (void)resume;
