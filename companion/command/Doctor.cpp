@@ -24,7 +24,9 @@ Finding askHelper(const ConnectOptions& options) {
   if (!helper) return doctor::diagnose(HelperAnswer::unreachable, helper.error().systemError);
   const auto version = helper->getVersion();
   if (version) return doctor::diagnose(HelperAnswer::answered);
-  return doctor::diagnose(version.error() == CallError::timedOut ? HelperAnswer::silent : HelperAnswer::refused);
+  if (version.error() == CallError::timedOut) return doctor::diagnose(HelperAnswer::silent);
+  const bool isOverLimit = version.error() == CallError::tooManyConnections;
+  return doctor::diagnose(isOverLimit ? HelperAnswer::overLimit : HelperAnswer::refused);
 }
 
 std::string jsonOf(const Finding& finding) {

@@ -23,6 +23,9 @@ Finding diagnose(HelperAnswer answer, int error) {
     case HelperAnswer::silent:
       return {"answer", false, "The helper does not answer",
               "As root: systemctl status net.orvane.Wicket.TlvPrivilegedHelper.service"};
+    case HelperAnswer::overLimit:
+      return {"answer", false, "The helper takes no more of your connections: you have as many open as a user may have",
+              "Let other wicket commands end, then run the command again"};
     case HelperAnswer::answered:
       break;
   }

@@ -11,6 +11,7 @@ enum class HelperAnswer {
   unreachable,  ///< there was no connection
   refused,      ///< it cut the connection
   silent,       ///< it neither answered nor cut the connection
+  overLimit,    ///< this user has as many connections as he may have
   answered,
 };
 

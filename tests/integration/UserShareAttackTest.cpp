@@ -73,6 +73,9 @@ TEST_F(UserShareAttackTest, WhoeverHasTooManyConnectionsIsToldWhichLimitThatIs) 
   EXPECT_EQ(told.status, 125);
   EXPECT_THAT(told.errors,
               HasSubstr("You have 32 connections to the helper open, which is as many as a user may have"));
+  const auto report = commandOfAttacker("doctor", "");
+  EXPECT_EQ(report.status, 1);
+  EXPECT_THAT(report.output, HasSubstr("The helper takes no more of your connections"));
   EXPECT_EQ(Program::run({commandExecutable(), "version"}).status, 0);
 }
 

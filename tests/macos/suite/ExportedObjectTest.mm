@@ -236,9 +236,8 @@ TEST_F(ExportedObjectTest, AnInstallationIsMadeOnBehalfOfTheUserOfItsConnection)
     during = macos_adapter::CallingUser::current();
     completion(0);
   };
-  client_.call([&](id<HelperProtocol> helper) {
-    [helper installScriptAt:@"/a,/b" authData:nil completion:replies_.code()];
-  });
+  client_.call(
+      [&](id<HelperProtocol> helper) { [helper installScriptAt:@"/a,/b" authData:nil completion:replies_.code()]; });
   ASSERT_TRUE(during);
   EXPECT_EQ(during->user, 0x07060504U);
   EXPECT_EQ(during->group, 0x0B0A0908U);

@@ -204,7 +204,8 @@ TEST(DiagnosisTest, ACopyOfThePlainProgramHasAllItsProblemsNamed) {
 
 TEST(DiagnosisTest, TheHelpersAnswerHasTheLastWord) {
   EXPECT_TRUE(diagnose(HelperAnswer::answered).isWell);
-  for (const HelperAnswer answer : {HelperAnswer::unreachable, HelperAnswer::refused, HelperAnswer::silent}) {
+  for (const HelperAnswer answer :
+       {HelperAnswer::unreachable, HelperAnswer::refused, HelperAnswer::silent, HelperAnswer::overLimit}) {
     EXPECT_FALSE(diagnose(answer).isWell);
     EXPECT_NE(diagnose(answer).nextStep, "");
   }
