@@ -12,10 +12,10 @@ namespace {
 
 constexpr std::string_view whiteSpace = " \t\r\n";
 
-/// What is left after the first @p mark; nothing when there is none.
-std::string_view behind(std::string_view text, std::string_view mark) {
-  const std::size_t position = text.find(mark);
-  return text.substr(position == std::string_view::npos ? text.size() : position + mark.size());
+/// What is left after the first @p end; nothing when there is none.
+std::string_view behind(std::string_view text, std::string_view end) {
+  const std::size_t position = text.find(end);
+  return text.substr(position == std::string_view::npos ? text.size() : position + end.size());
 }
 
 /// Up to where @p rest, its own end, begins.

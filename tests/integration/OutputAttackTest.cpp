@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/integration/IntegrationTest.h"
+#include "tests/support/AsUser.h"
 #include "tests/support/Program.h"
 
 namespace wicket::integration {
@@ -55,6 +56,20 @@ TEST_F(OutputAttackTest, AUserHearsHisOwnScriptThoughRootHasConnectedSince) {
   writeFile("/run/go", "");
   EXPECT_EQ(user.get().output, "mine\n");
   EXPECT_THAT(root->log(), Not(HasSubstr("mine")));
+}
+
+TEST_F(OutputAttackTest, AClientThatStopsReadingHoldsUpTheScriptsOfItsOwnUserOnly) {
+  addScript("much.sh", "#!/bin/bash\nexec yes\n");
+  addScript("quick.sh", "#!/bin/bash\nfor i in {1..1000}; do echo $i; done\nexit 3\n");
+  const auto root = connectAndGreet();
+  const auto stopped = [] {
+    const support::AsUser as(4001);
+    return connect();
+  }();
+  EXPECT_EQ(stopped->awaitCode(stopped->startRun("much.sh")), 0);
+  EXPECT_EQ(root->awaitExit(root->startRun("quick.sh")), 3);
+  EXPECT_THAT(root->log(), HasSubstr("\n1000\n"));
+  EXPECT_THAT(root->log(), Not(HasSubstr("y\n")));
 }
 
 }  // namespace
