@@ -130,6 +130,23 @@ TEST_F(AuthorizationTest, AHundredThousandRefusedInstallationsLeaveTheHelperAsIt
   EXPECT_LE(ProcessInspection::residentBytes(helper), memory + ((isSanitized ? 64U : 30U) << 20U));
 }
 
+TEST_F(AuthorizationTest, AThousandInstallationsThatAreDeniedLeaveTheHelperAsItWas) {
+  startPolkit("no");
+  const auto token = userToken();
+  const auto refuse = [&](int count) {
+    const auto client = connect();
+    for (int i = 0; i < count; ++i) ASSERT_EQ(client->awaitCode(client->startInstall(scriptPaths, token)), 156);
+  };
+  refuse(50);
+  const std::size_t descriptors = ProcessInspection::descriptorCount(helperPid());
+  const std::size_t memory = ProcessInspection::residentBytes(helperPid());
+  const auto children = [&] { return ProcessInspection::childrenOf(helperPid()).size(); };
+  for (int round = 0; round < 10; ++round) refuse(isSanitized ? 10 : 100);
+  EXPECT_TRUE(eventually([&] { return ProcessInspection::descriptorCount(helperPid()) <= descriptors + 2; }));
+  EXPECT_EQ(children(), 0U);
+  EXPECT_LE(ProcessInspection::residentBytes(helperPid()), memory + ((isSanitized ? 16U : 1U) << 20U));
+}
+
 TEST_F(AuthorizationTest, ARuleThatSaysNoDenies) {
   startPolkit("no");
   expectRefused(userToken(), denied);
