@@ -25,8 +25,6 @@ constexpr std::size_t undecidedLimit = 1024;
 constexpr wire::UserLimit connectionsInExcess{wire::openConnections.most, wire::openConnections.error,
                                               wire::openConnections.text};
 constexpr int clientsPerTurn = 64;
-/// How long to let be when the system is out of descriptors or memory.
-constexpr std::chrono::microseconds restTime = std::chrono::milliseconds(100);
 /// What is left to answer everybody when the listener ends.
 constexpr std::chrono::microseconds graceTime = Listener::timeToFinish;
 
@@ -51,7 +49,7 @@ void decide(ListenerDelegate& delegate, const std::shared_ptr<BusConnection>& co
   while (!connection->hasEnded()) {
     decision = decisionAbout(delegate, connection);
     if (decision != Decision::impossible) break;
-    std::this_thread::sleep_for(restTime);
+    std::this_thread::sleep_for(shortageRestTime);
   }
   if (decision == Decision::accepted) {
     connection->accept();
@@ -183,7 +181,7 @@ bool BusAcceptor::take() {
 void BusAcceptor::rest() {
   isResting_ = true;
   listenForClients();
-  if (armTimer(event_, restTimer_, restTime, &onRested, this) < 0) {
+  if (armTimer(event_, restTimer_, shortageRestTime, &onRested, this) < 0) {
     isResting_ = false;
     listenForClients();
   }

@@ -2,7 +2,6 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/BusConnection.h"
 
-#include <chrono>
 #include <exception>
 #include <thread>
 #include <utility>
@@ -181,12 +180,11 @@ void BusConnection::perform(const HelperCall& call, const std::shared_ptr<ReplyB
 
 /// A shortage says nothing about the process: the call waits until it can be seen.
 bool BusConnection::isStillTheClient() const {
-  constexpr std::chrono::milliseconds restTime{50};
   for (;;) {
     const ShortageWatch watch;
     if (peer_.isUnchanged()) return true;
     if (!ShortageWatch::hasSeenOne() || hasEnded()) return false;
-    std::this_thread::sleep_for(restTime);
+    std::this_thread::sleep_for(shortageRestTime);
   }
 }
 

@@ -3,11 +3,15 @@
 #pragma once
 
 #include <cerrno>
+#include <chrono>
 
 namespace wicket::linux_adapter {
 
 /// Whether a call failed for want of descriptors or memory: then it says nothing about what was asked for.
 [[nodiscard]] inline bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
+
+/// How long to let be before it is tried again.
+inline constexpr std::chrono::milliseconds shortageRestTime{100};
 
 /// Whether what this thread has looked at since the watch began was hidden by a shortage. A look at a process answers
 /// "nothing there" in either case; who judges by many looks asks here before he believes a bad result. Watches may be
