@@ -126,7 +126,7 @@ std::expected<std::unique_ptr<SourceFile>, FileError> ClientSourceFiles::open(co
   if (path.size() >= PATH_MAX) return failure(ENAMETOOLONG);
   auto place = placeOf(*client);
   if (!place) return std::unexpected(place.error());
-  auto answer = readBy(executable_, {std::move(*place), path}, limit_);
+  auto answer = readBy(executable_, {std::move(*place), path}, mostTime_);
   if (!answer) return failure(answer.error());
   return posix::PosixSourceFile::make(std::move(answer->file), answer->content);
 }

@@ -14,14 +14,14 @@ namespace wicket::linux_adapter {
 class ClientSourceFiles final : public SourceFiles {
  public:
   /// @p executable becomes that process when it is started with SourceReader::argument: this program itself.
-  explicit ClientSourceFiles(std::string executable = "/proc/self/exe", std::chrono::milliseconds limit = timeLimit)
-      : executable_(std::move(executable)), limit_(limit) {}
+  explicit ClientSourceFiles(std::string executable = "/proc/self/exe", std::chrono::milliseconds mostTime = timeLimit)
+      : executable_(std::move(executable)), mostTime_(mostTime) {}
 
   [[nodiscard]] std::expected<std::unique_ptr<SourceFile>, FileError> open(const std::string& path) override;
 
  private:
   const std::string executable_;
-  const std::chrono::milliseconds limit_;
+  const std::chrono::milliseconds mostTime_;
 };
 
 }  // namespace wicket::linux_adapter
