@@ -3,6 +3,7 @@
 #include "adapters/posix/PosixSourceFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -58,14 +59,18 @@ std::expected<std::unique_ptr<PosixSourceFile>, FileError> PosixSourceFile::open
 }
 
 std::expected<std::size_t, FileError> PosixSourceFile::read(std::span<std::byte> buffer) {
-  // Never beyond the size that was seen: a file that grows would be read without end.
+  // One byte beyond the size that was seen tells enough: a file that keeps growing would be read without end.
+  std::array<std::byte, 1> further{};
   const std::uint64_t rest = content_.size - offset_;
-  const auto count = readAt(file_, offset_, buffer.first(std::min<std::uint64_t>(buffer.size(), rest)));
+  const auto wanted = rest > 0 ? buffer.first(std::min<std::uint64_t>(buffer.size(), rest)) : std::span(further);
+  const auto count = readAt(file_, offset_, wanted);
   if (!count) return count;
-  hash_.update(buffer.first(*count));
-  offset_ += *count;
-  if (*count > 0) return count;
-  return hash_.finish() == content_.digest ? count : std::unexpected(FileError{ESTALE});
+  if (rest > 0 && *count > 0) {
+    hash_.update(wanted.first(*count));
+    offset_ += *count;
+    return count;
+  }
+  return *count == 0 && hash_.finish() == content_.digest ? count : std::unexpected(FileError{ESTALE});
 }
 
 }  // namespace wicket::posix

@@ -132,12 +132,12 @@ TYPED_TEST(SourceFilesContract, OfAFileThatHasBecomeShorterTheEndIsAnError) {
   EXPECT_EQ(this->contentOf(*file), "firsterror " + std::to_string(ESTALE));
 }
 
-TYPED_TEST(SourceFilesContract, WhatIsAddedLaterIsNotRead) {
+TYPED_TEST(SourceFilesContract, OfAFileThatHasGrownTheEndIsAnErrorAndWhatWasAddedIsNotRead) {
   this->world_.write("file", "first content");
   const auto file = this->open("file");
   ASSERT_NE(file, nullptr);
   this->world_.write("file", "first content and more");
-  EXPECT_EQ(this->contentOf(*file, 1000), "first content");
+  EXPECT_EQ(this->contentOf(*file, 1000), "first contenterror " + std::to_string(ESTALE));
 }
 
 }  // namespace

@@ -33,12 +33,12 @@ class InMemorySourceFile : public SourceFile {
   [[nodiscard]] const ContentDigest& digest() const override { return digest_; }
   [[nodiscard]] unsigned permissions() const override { return item_->permissions; }
   [[nodiscard]] std::expected<std::size_t, FileError> read(std::span<std::byte> buffer) override {
-    const std::string content = item_->content.substr(0, size_);
-    const auto rest = std::as_bytes(std::span(content)).subspan(std::min(offset_, content.size()));
+    const auto content = std::as_bytes(std::span(item_->content)).first(std::min(item_->content.size(), size_));
+    const auto rest = content.subspan(std::min(offset_, content.size()));
     const auto piece = rest.first(std::min(buffer.size(), rest.size()));
     std::ranges::copy(piece, buffer.begin());
     offset_ += piece.size();
-    if (piece.empty() && digestOf(content) != digest_) return std::unexpected(FileError{ESTALE});
+    if (piece.empty() && digestOf(item_->content) != digest_) return std::unexpected(FileError{ESTALE});
     return piece.size();
   }
 
