@@ -4,6 +4,7 @@
 #include <chrono>
 #include <gtest/gtest.h>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -160,9 +161,13 @@ TEST_F(UserLimitsTest, WhoHasTooManyQuestionsOpenIsToldSoAndNobodyElseNotices) {
 }
 
 TEST_F(UserLimitsTest, WhatACallTookIsKeptByWhatOutlivesIt) {
+  std::mutex mutex;
   std::vector<UserShares::Share> kept;
   const auto answers = answerBy([&](const auto& completion) {
-    kept.push_back(linux_adapter::CallingClient::current()->share);
+    {
+      const std::scoped_lock lock(mutex);
+      kept.push_back(linux_adapter::CallingClient::current()->share);
+    }
     completion(0);
   });
   const auto ofAlice = connectAs(alice);
@@ -172,7 +177,10 @@ TEST_F(UserLimitsTest, WhatACallTookIsKeptByWhatOutlivesIt) {
   const auto refused = ofAlice->await(ofAlice->startRun("a.sh"));
   ASSERT_TRUE(refused);
   EXPECT_EQ(refused->error, wire::runningScripts.error);
-  kept.pop_back();
+  {
+    const std::scoped_lock lock(mutex);
+    kept.pop_back();
+  }
   EXPECT_EQ(ofAlice->awaitCode(ofAlice->startRun("a.sh")), 0);
 }
 

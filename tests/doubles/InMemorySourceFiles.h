@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -61,10 +62,17 @@ class InMemorySourceFiles : public SourceFiles {
   explicit InMemorySourceFiles(InMemoryFileManager& files) : files_(files) {}
 
   /// From now on every file that is opened has another content by the time it is read.
-  void changeContentsTo(std::string content) { laterContent_ = std::move(content); }
-  [[nodiscard]] const std::vector<std::string>& opened() const { return opened_; }
+  void changeContentsTo(std::string content) {
+    const std::scoped_lock lock(mutex_);
+    laterContent_ = std::move(content);
+  }
+  [[nodiscard]] std::vector<std::string> opened() const {
+    const std::scoped_lock lock(mutex_);
+    return opened_;
+  }
 
   [[nodiscard]] std::expected<std::unique_ptr<SourceFile>, FileError> open(const std::string& path) override {
+    const std::scoped_lock lock(mutex_);
     opened_.push_back(path);
     const auto item = files_.regularItem(path);
     if (!item) return std::unexpected(item.error());
@@ -75,6 +83,7 @@ class InMemorySourceFiles : public SourceFiles {
 
  private:
   InMemoryFileManager& files_;
+  mutable std::mutex mutex_;
   std::optional<std::string> laterContent_;
   std::vector<std::string> opened_;
 };
