@@ -2,10 +2,12 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/ReaderMessages.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <span>
 #include <utility>
 
 #include "adapters/linux/DescriptorMessage.h"
@@ -59,8 +61,9 @@ std::optional<ReaderRequest> ReaderRequest::receiveFrom(const Descriptor& socket
   ReaderRequest request{{header.user, header.group, std::vector<gid_t>(header.groupCount), header.mayReadAll != 0,
                          std::move(message->descriptors[0]), std::move(message->descriptors[1])},
                         std::string(rest.size() - groupBytes, '\0')};
-  std::memcpy(request.place.groups.data(), rest.data(), groupBytes);
-  std::memcpy(request.path.data(), rest.data() + groupBytes, request.path.size());
+  // There may be nothing to copy, and no place for it, which memcpy() does not take.
+  std::ranges::copy(rest.first(groupBytes), std::as_writable_bytes(std::span(request.place.groups)).begin());
+  std::ranges::copy(rest.subspan(groupBytes), std::as_writable_bytes(std::span(request.path)).begin());
   return request;
 }
 
