@@ -22,8 +22,7 @@ namespace {
 /// users to fill this.
 constexpr std::size_t undecidedLimit = 1024;
 /// Connections of a user that only wait to be told that there are too many of them.
-constexpr wire::UserLimit connectionsInExcess{wire::openConnections.most, wire::openConnections.error,
-                                              wire::openConnections.text};
+constexpr wire::UserLimit connectionsInExcess = wire::openConnections;
 constexpr int clientsPerTurn = 64;
 /// What is left to answer everybody when the listener ends.
 constexpr std::chrono::microseconds graceTime = Listener::timeToFinish;

@@ -43,7 +43,9 @@ std::expected<ClientPlace, FileError> placeOf(const CallingClient& client) {
   const auto status = files.read("status");
   if (!status) return failure(errno);
   const auto group = ProcessFiles::statusNumber(*status, "Gid");
-  if (!group) return failure(ESRCH);
+  // Should the client have ended, its number may be another user's by now, whose groups are not the client's.
+  constexpr int effective = 1;
+  if (!group || ProcessFiles::statusNumber(*status, "Uid", effective) != client.uid) return failure(ESRCH);
   ClientPlace place{client.uid,
                     *group,
                     ProcessFiles::statusNumbers(*status, "Groups"),

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "adapters/posix/AllSignalsBlocked.h"
 #include "adapters/posix/ChildSpawn.h"
 #include "adapters/posix/Pipe.h"
 
@@ -70,24 +71,8 @@ int reportFrom(const Descriptor& end) {
   return count == sizeof error ? error : 0;
 }
 
-/// No handler of this process may run in a child that shares its memory.
-class NoSignals {
- public:
-  NoSignals() {
-    sigset_t all;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  NoSignals(const NoSignals&) = delete;
-  NoSignals& operator=(const NoSignals&) = delete;
-  ~NoSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_{};
-};
-
 pid_t startChild(const Preparation& preparation) {
-  const NoSignals quiet;
+  const posix::AllSignalsBlocked blocked;
   const pid_t pid = ::vfork();
   if (pid == 0) becomeTool(preparation);
   return pid;

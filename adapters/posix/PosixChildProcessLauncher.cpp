@@ -4,13 +4,13 @@
 
 #include <cerrno>
 #include <new>
-#include <pthread.h>
 #include <signal.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
 
+#include "adapters/posix/AllSignalsBlocked.h"
 #include "adapters/posix/ChildDelivery.h"
 #include "adapters/posix/ChildPipes.h"
 #include "adapters/posix/ChildSpawn.h"
@@ -19,26 +19,10 @@
 namespace wicket {
 namespace {
 
+using posix::AllSignalsBlocked;
 using posix::ChildDelivery;
 using posix::ChildPipes;
 using posix::RunningChild;
-
-/// Blocks every signal for the current thread, and for the threads it makes, which keep it so: the
-/// program's signals are for its own threads.
-class AllSignalsBlocked {
- public:
-  AllSignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);  // a macro on some systems
-    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-  AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
-  ~AllSignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_{};
-};
 
 void deliver(const std::shared_ptr<RunningChild>& child, std::unique_ptr<ChildDelivery> delivery) {
   if (child->waitUntilStarted()) delivery->run(*child);

@@ -236,6 +236,11 @@ TEST_F(SourceFilesContractLinux, NothingOfAReadingStaysBehind) {
   EXPECT_EQ(ProcessInspection::childrenOf(::getpid()), std::vector<pid_t>{client.pid()});
 }
 
+TEST_F(SourceFilesContractLinux, AProcessOfAnotherUserIsNotTakenForTheClientWhoseNumberItHas) {
+  const PlacedClient another(setUserAndGroups);
+  EXPECT_EQ(read(another, 1234, place("open", 0, 0, 0644)), std::to_string(ESRCH));
+}
+
 TEST_F(SourceFilesContractLinux, AClientThatHasGoneReadsNothing) {
   pid_t gone = 0;
   {
