@@ -12,10 +12,10 @@
 #include <random>
 #include <thread>
 
-#include "adapters/linux/FileCache.h"
+#include "adapters/linux/peer/FileCache.h"
 #include "benchmarks/FirstCheck.h"
 #include "benchmarks/Samples.h"
-#include "codesign/FileDigest.h"
+#include "codesign/signature/FileDigest.h"
 #include "tests/contract/InstalledCompanion.h"
 
 namespace wicket::benchmarks {

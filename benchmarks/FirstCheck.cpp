@@ -11,7 +11,7 @@
 #include <memory>
 #include <sstream>
 
-#include "adapters/linux/LinuxCodeSigningServices.h"
+#include "adapters/linux/peer/LinuxCodeSigningServices.h"
 #include "tests/contract/InstalledCompanion.h"
 
 namespace wicket::benchmarks {

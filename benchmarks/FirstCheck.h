@@ -6,8 +6,8 @@
 #include <string>
 
 #include "benchmarks/Samples.h"
-#include "codesign/Certificate.h"
-#include "platform/AuditToken.h"
+#include "codesign/certificate/Certificate.h"
+#include "helper/platform/AuditToken.h"
 
 namespace wicket::benchmarks {
 

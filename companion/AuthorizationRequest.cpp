@@ -11,7 +11,7 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 
 namespace wicket::companion {
 

@@ -2,9 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "companion/CleanUp.h"
 
-#include "store/HelperFile.h"
-#include "text/CharacterSet.h"
-#include "text/Utf8.h"
+#include "base/text/CharacterSet.h"
+#include "base/text/Utf8.h"
+#include "protocol/HelperFile.h"
 
 namespace wicket::companion::clean_up {
 

@@ -9,10 +9,10 @@
 #include <sys/time.h>
 #include <sys/un.h>
 
-#include "companion/GroupPrivilege.h"
+#include "base/system/Descriptor.h"
 #include "companion/HelperConnectionBus.h"
+#include "companion/hardening/GroupPrivilege.h"
 #include "protocol/HelperProtocol.h"
-#include "system/Descriptor.h"
 
 namespace wicket::companion {
 

@@ -12,9 +12,9 @@
 #include <string>
 #include <systemd/sd-bus.h>
 
+#include "base/system/Descriptor.h"
 #include "companion/HelperConnection.h"
 #include "protocol/Selector.h"
-#include "system/Descriptor.h"
 
 namespace wicket::companion {
 

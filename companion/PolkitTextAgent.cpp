@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/system/Descriptor.h"
 #include "companion/AuthorizationRequest.h"
-#include "system/Descriptor.h"
 
 namespace wicket::companion {
 

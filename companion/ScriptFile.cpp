@@ -10,10 +10,10 @@
 #include <optional>
 #include <sys/stat.h>
 
-#include "companion/DisplayText.h"
-#include "system/Descriptor.h"
-#include "text/CharacterSet.h"
-#include "text/Utf8.h"
+#include "base/system/Descriptor.h"
+#include "base/text/CharacterSet.h"
+#include "base/text/DisplayText.h"
+#include "base/text/Utf8.h"
 
 namespace wicket::companion {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "companion/Problem.h"
+#include "base/text/Problem.h"
 
 namespace wicket::companion {
 

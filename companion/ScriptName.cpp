@@ -2,10 +2,10 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "companion/ScriptName.h"
 
+#include "base/text/CharacterSet.h"
+#include "base/text/DisplayText.h"
+#include "base/text/Utf8.h"
 #include "companion/CleanUp.h"
-#include "companion/DisplayText.h"
-#include "text/CharacterSet.h"
-#include "text/Utf8.h"
 
 namespace wicket::companion {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "companion/Problem.h"
+#include "base/text/Problem.h"
 
 namespace wicket::companion {
 

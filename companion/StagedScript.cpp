@@ -11,9 +11,9 @@
 #include <optional>
 #include <sys/stat.h>
 
+#include "base/system/Descriptor.h"
+#include "base/text/DisplayText.h"
 #include "companion/CleanUp.h"
-#include "companion/DisplayText.h"
-#include "system/Descriptor.h"
 
 namespace wicket::companion {
 

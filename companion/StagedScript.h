@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "companion/Problem.h"
+#include "base/text/Problem.h"
 
 namespace wicket::companion {
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "text/Utf8.h"
+#include "base/text/Utf8.h"
 
 namespace wicket::wire {
 namespace {

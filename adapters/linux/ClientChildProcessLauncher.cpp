@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "adapters/linux/CallingClient.h"
 #include "adapters/linux/LimitedSpawn.h"
+#include "adapters/linux/peer/CallingClient.h"
 
 namespace wicket::linux_adapter {
 

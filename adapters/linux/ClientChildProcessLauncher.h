@@ -5,7 +5,7 @@
 #include <sys/resource.h>
 
 #include "adapters/posix/PosixChildProcessLauncher.h"
-#include "platform/ChildProcess.h"
+#include "helper/platform/ChildProcess.h"
 
 namespace wicket::linux_adapter {
 

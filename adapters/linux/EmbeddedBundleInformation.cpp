@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/EmbeddedBundleInformation.h"
 
-#include "codesign/PropertyValue.h"
+#include "codesign/plist/PropertyValue.h"
 #include "resources/EmbeddedPropertyLists.h"
 
 namespace wicket::linux_adapter {

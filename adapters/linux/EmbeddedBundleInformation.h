@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/BundleInformation.h"
+#include "helper/platform/BundleInformation.h"
 
 namespace wicket::linux_adapter {
 

@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include "platform/UnifiedLog.h"
+#include "helper/platform/UnifiedLog.h"
 
 namespace wicket::linux_adapter {
 

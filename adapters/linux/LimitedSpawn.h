@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "adapters/posix/ChildPipes.h"
-#include "platform/ChildProcess.h"
+#include "helper/platform/ChildProcess.h"
 
 namespace wicket::linux_adapter {
 

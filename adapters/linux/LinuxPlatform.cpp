@@ -11,12 +11,12 @@
 #include <system_error>
 #include <utility>
 
-#include "adapters/linux/BusListener.h"
-#include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/DescriptorLimit.h"
-#include "adapters/linux/SocketActivation.h"
-#include "adapters/linux/SourceReader.h"
-#include "codesign/PropertyListLibrary.h"
+#include "adapters/linux/bus/BusListener.h"
+#include "adapters/linux/bus/SocketActivation.h"
+#include "adapters/linux/peer/CompanionGroup.h"
+#include "adapters/linux/sources/SourceReader.h"
+#include "codesign/plist/PropertyListLibrary.h"
 #include "resources/BuildValues.h"
 #include "resources/TrustedAnchor.h"
 

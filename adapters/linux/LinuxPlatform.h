@@ -6,18 +6,18 @@
 #include <string_view>
 
 #include "adapters/linux/ClientChildProcessLauncher.h"
-#include "adapters/linux/ClientSourceFiles.h"
-#include "adapters/linux/CompanionGroup.h"
 #include "adapters/linux/EmbeddedBundleInformation.h"
 #include "adapters/linux/JournalLog.h"
-#include "adapters/linux/LinuxCodeSigningServices.h"
 #include "adapters/linux/MainRunLoop.h"
-#include "adapters/linux/PolkitAuthorizationServices.h"
 #include "adapters/linux/SystemdServiceJob.h"
-#include "adapters/linux/UserShares.h"
+#include "adapters/linux/authorization/PolkitAuthorizationServices.h"
+#include "adapters/linux/peer/CompanionGroup.h"
+#include "adapters/linux/peer/LinuxCodeSigningServices.h"
+#include "adapters/linux/peer/UserShares.h"
+#include "adapters/linux/sources/ClientSourceFiles.h"
 #include "adapters/posix/PosixFileManager.h"
-#include "platform/Platform.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
+#include "helper/platform/Platform.h"
 
 namespace wicket::linux_adapter {
 

@@ -9,7 +9,7 @@
 #include <memory>
 #include <mutex>
 
-#include "platform/MainQueue.h"
+#include "helper/platform/MainQueue.h"
 
 namespace wicket::linux_adapter {
 

@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include "platform/ServiceJob.h"
+#include "helper/platform/ServiceJob.h"
 
 namespace wicket::linux_adapter {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <mutex>
 
-#include "platform/MainQueue.h"
+#include "helper/platform/MainQueue.h"
 
 namespace wicket::macos_adapter {
 

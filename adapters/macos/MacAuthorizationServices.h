@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include "platform/AuthorizationServices.h"
+#include "helper/platform/AuthorizationServices.h"
 
 namespace wicket::macos_adapter {
 

@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include "platform/CodeSigningServices.h"
+#include "helper/platform/CodeSigningServices.h"
 
 namespace wicket::macos_adapter {
 

@@ -11,7 +11,7 @@
 #include "adapters/macos/MainRunLoop.h"
 #include "adapters/posix/PosixChildProcessLauncher.h"
 #include "adapters/posix/PosixFileManager.h"
-#include "platform/Platform.h"
+#include "helper/platform/Platform.h"
 
 namespace wicket::macos_adapter {
 

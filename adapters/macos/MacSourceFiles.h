@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include "platform/SourceFiles.h"
+#include "helper/platform/SourceFiles.h"
 
 namespace wicket::macos_adapter {
 

@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include "platform/BundleInformation.h"
+#include "helper/platform/BundleInformation.h"
 
 namespace wicket::macos_adapter {
 

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/MainQueue.h"
+#include "helper/platform/MainQueue.h"
 
 namespace wicket::macos_adapter {
 

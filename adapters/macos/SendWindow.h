@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <mutex>
 
-#include "platform/Connection.h"
+#include "helper/platform/Connection.h"
 
 namespace wicket::macos_adapter {
 

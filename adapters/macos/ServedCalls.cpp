@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/Listener.h"
+#include "helper/platform/Listener.h"
 
 namespace wicket::macos_adapter {
 ServedCalls::Call::Call(std::shared_ptr<ServedCalls> calls) : calls_(std::move(calls)) {

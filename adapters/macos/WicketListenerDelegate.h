@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "adapters/macos/ServedCalls.h"
-#include "platform/Listener.h"
+#include "helper/platform/Listener.h"
 
 /// Hands each new connection to the helper's own delegate.
 @interface WicketListenerDelegate : NSObject <NSXPCListenerDelegate>

@@ -8,7 +8,7 @@
 
 #include "adapters/macos/SendWindow.h"
 #include "adapters/macos/ServedCalls.h"
-#include "platform/Connection.h"
+#include "helper/platform/Connection.h"
 
 namespace wicket::macos_adapter {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "adapters/macos/ServedCalls.h"
-#include "platform/Listener.h"
+#include "helper/platform/Listener.h"
 
 @class WicketListenerDelegate;
 

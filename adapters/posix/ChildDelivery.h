@@ -7,8 +7,8 @@
 #include "adapters/posix/ChildPipes.h"
 #include "adapters/posix/OutputStream.h"
 #include "adapters/posix/RunningChild.h"
-#include "platform/ChildProcess.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
+#include "helper/platform/ChildProcess.h"
 
 namespace wicket::posix {
 

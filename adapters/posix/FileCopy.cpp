@@ -17,7 +17,7 @@
 
 #include "adapters/posix/RegularFile.h"
 #include "adapters/posix/SystemCalls.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 
 namespace wicket::posix {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "platform/FileManager.h"
-#include "platform/SourceFiles.h"
+#include "helper/platform/FileManager.h"
+#include "helper/platform/SourceFiles.h"
 
 namespace wicket::posix {
 

@@ -8,7 +8,7 @@
 #include <span>
 
 #include "adapters/posix/Utf8Chunker.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 
 namespace wicket::posix {
 

@@ -4,7 +4,7 @@
 
 #include <expected>
 
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 
 namespace wicket::posix {
 

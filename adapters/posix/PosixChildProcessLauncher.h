@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "adapters/posix/ChildSpawn.h"
-#include "platform/ChildProcess.h"
+#include "helper/platform/ChildProcess.h"
 
 namespace wicket {
 

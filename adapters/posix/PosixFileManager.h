@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/FileManager.h"
+#include "helper/platform/FileManager.h"
 
 namespace wicket {
 

@@ -8,8 +8,8 @@
 #include <sys/types.h>
 
 #include "adapters/posix/Sha256.h"
-#include "platform/SourceFiles.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
+#include "helper/platform/SourceFiles.h"
 
 namespace wicket::posix {
 

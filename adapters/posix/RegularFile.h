@@ -6,8 +6,8 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "platform/FileManager.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
+#include "helper/platform/FileManager.h"
 
 namespace wicket::posix {
 

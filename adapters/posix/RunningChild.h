@@ -7,7 +7,7 @@
 #include <optional>
 #include <sys/types.h>
 
-#include "platform/ChildProcess.h"
+#include "helper/platform/ChildProcess.h"
 
 namespace wicket::posix {
 

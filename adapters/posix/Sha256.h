@@ -6,7 +6,7 @@
 #include <memory>
 #include <span>
 
-#include "platform/SourceFiles.h"
+#include "helper/platform/SourceFiles.h"
 
 namespace wicket::posix {
 

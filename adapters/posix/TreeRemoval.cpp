@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "adapters/posix/RegularFile.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 
 namespace wicket::posix {
 namespace {

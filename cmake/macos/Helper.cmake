@@ -6,7 +6,8 @@ set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
 set(CMAKE_OBJCXX_EXTENSIONS OFF)
 target_compile_options(wicket_options INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-arc>)
 
-foreach(ROOM system text protocol platform store clients security script resources adapters/posix adapters/macos helper)
+foreach(ROOM base/system base/text protocol helper/platform helper/store helper/clients helper/security helper/script
+             resources adapters/posix adapters/macos helper/service)
   add_subdirectory(${ROOM})
 endforeach()
 
@@ -21,8 +22,9 @@ if(CMAKE_CROSSCOMPILING)
   target_precompile_headers(wicket_precompiled PRIVATE
     <algorithm> <array> <chrono> <condition_variable> <expected> <functional> <map> <memory> <mutex> <optional>
     <string> <variant> <vector> $<$<COMPILE_LANGUAGE:OBJCXX>:<Foundation/Foundation.h$<ANGLE-R>>)
-  foreach(ROOM text store clients security script adapters_posix adapters_macos helper)
-    target_precompile_headers(wicket_${ROOM} REUSE_FROM wicket_precompiled)
+  foreach(ROOM base_text protocol helper_store helper_clients helper_security helper_script adapters_posix adapters_macos
+               helper_service)
+    target_precompile_headers(room_${ROOM} REUSE_FROM wicket_precompiled)
   endforeach()
   # The libraries' lists of symbols are made anew together with this file.
   set_property(TARGET helper_main APPEND PROPERTY LINK_DEPENDS ${WICKET_MACOS_SYSROOT}/made-from)

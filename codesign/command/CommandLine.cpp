@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "base/text/JsonString.h"
 #include "codesign/command/ExitStatus.h"
-#include "text/JsonString.h"
 
 namespace wicket::codesign::command {
 

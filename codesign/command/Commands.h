@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "codesign/PrivateKey.h"
+#include "codesign/certificate/PrivateKey.h"
 #include "codesign/command/Output.h"
 
 namespace wicket::codesign::command {

@@ -3,12 +3,12 @@
 #include <array>
 #include <cstdio>
 
-#include "codesign/SignatureVerifier.h"
+#include "base/text/JsonString.h"
 #include "codesign/command/Commands.h"
 #include "codesign/command/ExitStatus.h"
 #include "codesign/command/Files.h"
 #include "codesign/command/PropertyJson.h"
-#include "text/JsonString.h"
+#include "codesign/signature/SignatureVerifier.h"
 
 namespace wicket::codesign::command {
 

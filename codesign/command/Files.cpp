@@ -8,7 +8,7 @@
 #include <fstream>
 #include <utility>
 
-#include "text/JsonString.h"
+#include "base/text/JsonString.h"
 
 namespace wicket::codesign::command {
 

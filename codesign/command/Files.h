@@ -5,10 +5,10 @@
 #include <expected>
 #include <string>
 
-#include "codesign/Certificate.h"
-#include "codesign/SigningFailure.h"
+#include "base/system/Descriptor.h"
+#include "codesign/certificate/Certificate.h"
+#include "codesign/certificate/SigningFailure.h"
 #include "codesign/command/Output.h"
-#include "system/Descriptor.h"
 
 namespace wicket::codesign::command {
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "text/JsonString.h"
+#include "base/text/JsonString.h"
 
 namespace wicket::codesign::command {
 

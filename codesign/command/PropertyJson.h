@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-#include "codesign/PropertyValue.h"
+#include "codesign/plist/PropertyValue.h"
 
 namespace wicket::codesign::command {
 

@@ -5,13 +5,13 @@
 #include <string>
 #include <utility>
 
-#include "codesign/CodeDirectory.h"
-#include "codesign/Signer.h"
-#include "codesign/WrittenValue.h"
+#include "base/text/JsonString.h"
 #include "codesign/command/Commands.h"
 #include "codesign/command/ExitStatus.h"
 #include "codesign/command/Files.h"
-#include "text/JsonString.h"
+#include "codesign/plist/WrittenValue.h"
+#include "codesign/signature/CodeDirectory.h"
+#include "codesign/signature/Signer.h"
 
 namespace wicket::codesign::command {
 

@@ -7,8 +7,8 @@
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 
-#include "system/Descriptor.h"
-#include "text/JsonString.h"
+#include "base/system/Descriptor.h"
+#include "base/text/JsonString.h"
 
 namespace wicket::codesign::command {
 

@@ -2,13 +2,13 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <set>
 
-#include "codesign/RequirementEvaluator.h"
-#include "codesign/RequirementParser.h"
-#include "codesign/SignatureVerifier.h"
+#include "base/text/JsonString.h"
 #include "codesign/command/Commands.h"
 #include "codesign/command/ExitStatus.h"
 #include "codesign/command/Files.h"
-#include "text/JsonString.h"
+#include "codesign/requirement/RequirementEvaluator.h"
+#include "codesign/requirement/RequirementParser.h"
+#include "codesign/signature/SignatureVerifier.h"
 
 namespace wicket::codesign::command {
 

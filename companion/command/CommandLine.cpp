@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "companion/DisplayText.h"
+#include "base/text/DisplayText.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 

@@ -7,7 +7,7 @@
 #include "companion/HelperConnection.h"
 #include "companion/PolkitTextAgent.h"
 #include "companion/command/Output.h"
-#include "store/HelperPath.h"
+#include "protocol/HelperPath.h"
 
 namespace wicket::companion::command {
 

@@ -5,12 +5,12 @@
 #include <unistd.h>
 #include <vector>
 
-#include "companion/GroupPrivilege.h"
+#include "base/text/JsonString.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 #include "companion/doctor/Diagnosis.h"
 #include "companion/doctor/HelperAnswer.h"
-#include "text/JsonString.h"
+#include "companion/hardening/GroupPrivilege.h"
 
 namespace wicket::companion::command {
 

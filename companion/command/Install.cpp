@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <sys/stat.h>
 
+#include "base/text/DisplayText.h"
 #include "companion/AuthorizationRequest.h"
-#include "companion/DisplayText.h"
 #include "companion/ScriptFile.h"
 #include "companion/ScriptName.h"
 #include "companion/StagedScript.h"

@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 
 namespace wicket::companion::command {
 

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "companion/DisplayText.h"
+#include "base/text/DisplayText.h"
+#include "base/text/JsonString.h"
+#include "base/text/Utf8.h"
 #include "companion/ScriptFolder.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
-#include "text/JsonString.h"
-#include "text/Utf8.h"
 
 namespace wicket::companion::command {
 

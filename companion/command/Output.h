@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "companion/Problem.h"
-#include "companion/TerminalText.h"
+#include "base/text/Problem.h"
+#include "base/text/TerminalText.h"
 
 namespace wicket::companion::command {
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "base/text/Problem.h"
 #include "companion/CallError.h"
 #include "companion/ConnectionError.h"
 #include "companion/PolkitTextAgent.h"
-#include "companion/Problem.h"
 
 namespace wicket::companion::command {
 

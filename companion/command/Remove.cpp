@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <sys/stat.h>
 
-#include "companion/DisplayText.h"
+#include "base/text/DisplayText.h"
 #include "companion/ScriptName.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"

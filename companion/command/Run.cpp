@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include "companion/DisplayText.h"
+#include "base/text/DisplayText.h"
 #include "companion/ScriptName.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"

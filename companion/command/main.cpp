@@ -4,11 +4,11 @@
 #include <exception>
 #include <unistd.h>
 
-#include "companion/GroupPrivilege.h"
-#include "companion/ProcessHardening.h"
 #include "companion/command/CommandLine.h"
 #include "companion/command/ExitStatus.h"
 #include "companion/command/Interruption.h"
+#include "companion/hardening/GroupPrivilege.h"
+#include "companion/hardening/ProcessHardening.h"
 
 namespace {
 

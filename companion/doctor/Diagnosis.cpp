@@ -9,7 +9,7 @@
 #include <cstring>
 #include <utility>
 
-#include "companion/DisplayText.h"
+#include "base/text/DisplayText.h"
 #include "companion/doctor/Shortage.h"
 #include "companion/doctor/SignatureDiagnosis.h"
 

@@ -12,7 +12,7 @@
 #include <unistd.h>
 
 #include "companion/doctor/Shortage.h"
-#include "store/Identifier.h"
+#include "protocol/Identifier.h"
 
 namespace wicket::companion::doctor {
 

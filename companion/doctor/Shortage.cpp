@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <span>
 
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 
 namespace wicket::companion::doctor {
 

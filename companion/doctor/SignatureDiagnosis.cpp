@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "companion/DisplayText.h"
+#include "base/text/DisplayText.h"
 #include "companion/doctor/Shortage.h"
 
 namespace wicket::companion::doctor {

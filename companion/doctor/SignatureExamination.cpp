@@ -8,9 +8,9 @@
 #include <set>
 #include <string_view>
 
-#include "codesign/RequirementEvaluator.h"
-#include "codesign/RequirementParser.h"
-#include "codesign/SignatureVerifier.h"
+#include "codesign/requirement/RequirementEvaluator.h"
+#include "codesign/requirement/RequirementParser.h"
+#include "codesign/signature/SignatureVerifier.h"
 
 namespace wicket::companion::doctor {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "codesign/Certificate.h"
+#include "codesign/certificate/Certificate.h"
 #include "companion/doctor/SignatureFacts.h"
 
 namespace wicket::companion::doctor {

@@ -20,16 +20,16 @@
 #include <unistd.h>
 #include <utility>
 
-#include "codesign/PropertyListLibrary.h"
+#include "base/system/Descriptor.h"
+#include "codesign/plist/PropertyListLibrary.h"
 #include "companion/doctor/CompanionRequirement.h"
 #include "companion/doctor/PolkitPresence.h"
 #include "companion/doctor/RunningHelper.h"
 #include "companion/doctor/Shortage.h"
 #include "companion/doctor/SignatureExamination.h"
+#include "protocol/Identifier.h"
 #include "resources/BuildValues.h"
 #include "resources/TrustedAnchor.h"
-#include "store/Identifier.h"
-#include "system/Descriptor.h"
 
 namespace wicket::companion::doctor {
 

@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "adapters/linux/CallingClient.h"
+#include "adapters/linux/peer/CallingClient.h"
 #include "tests/contract/AuthorizationWorlds.h"
 #include "tests/support/DescriptorAllowance.h"
 #include "tests/support/ProcessInspection.h"

@@ -11,8 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "adapters/linux/CallingClient.h"
-#include "adapters/linux/SdHandle.h"
+#include "adapters/linux/peer/CallingClient.h"
+#include "base/system/linux/SdHandle.h"
 #include "tests/contract/AuthorizationWorlds.h"
 #include "tests/support/ComesTrue.h"
 #include "tests/support/Patience.h"

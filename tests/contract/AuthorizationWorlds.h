@@ -11,9 +11,9 @@
 #include <unistd.h>
 #include <utility>
 
-#include "adapters/linux/CallingClient.h"
-#include "adapters/linux/PolkitAuthorizationServices.h"
-#include "adapters/linux/ProcessIdentity.h"
+#include "adapters/linux/authorization/PolkitAuthorizationServices.h"
+#include "adapters/linux/peer/CallingClient.h"
+#include "adapters/linux/peer/ProcessIdentity.h"
 #include "tests/doubles/ScriptedAuthorizationServices.h"
 #include "tests/support/Machine.h"
 #include "tests/support/PolkitAgent.h"

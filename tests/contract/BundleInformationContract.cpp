@@ -11,7 +11,7 @@
 #include <type_traits>
 
 #include "adapters/linux/EmbeddedBundleInformation.h"
-#include "codesign/RequirementParser.h"
+#include "codesign/requirement/RequirementParser.h"
 #include "resources/EmbeddedPropertyLists.h"
 #include "tests/doubles/FixedBundleInformation.h"
 

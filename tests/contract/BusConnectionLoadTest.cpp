@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "adapters/linux/OutgoingQueue.h"
+#include "adapters/linux/bus/OutgoingQueue.h"
 #include "tests/contract/RealListener.h"
 #include "tests/support/ComesTrue.h"
 #include "tests/support/ProcessInspection.h"

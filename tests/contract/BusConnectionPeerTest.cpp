@@ -8,8 +8,8 @@
 #include <mutex>
 #include <sys/syscall.h>
 
-#include "adapters/linux/AuditTokenWords.h"
-#include "adapters/linux/CallingClient.h"
+#include "adapters/linux/peer/AuditTokenWords.h"
+#include "adapters/linux/peer/CallingClient.h"
 #include "tests/contract/RealListener.h"
 #include "tests/support/ComesTrue.h"
 #include "tests/support/Machine.h"

@@ -18,7 +18,7 @@
 
 #include "adapters/linux/LimitedSpawn.h"
 #include "adapters/posix/PosixChildProcessLauncher.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 #include "tests/contract/ChildWorlds.h"
 #include "tests/support/ChildRecorder.h"
 #include "tests/support/TemporaryFolder.h"

@@ -12,7 +12,7 @@
 
 #include "adapters/linux/LimitedSpawn.h"
 #include "adapters/posix/PosixChildProcessLauncher.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 #include "tests/doubles/ScriptedChildProcessLauncher.h"
 #include "tests/support/ChildRecorder.h"
 #include "tests/support/TemporaryFolder.h"

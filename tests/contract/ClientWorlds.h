@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
-#include "adapters/linux/BusListener.h"
-#include "system/Descriptor.h"
+#include "adapters/linux/bus/BusListener.h"
+#include "base/system/Descriptor.h"
 #include "tests/doubles/ManualListener.h"
 #include "tests/doubles/RecordingConnection.h"
 #include "tests/doubles/RecordingHelperObject.h"

@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <thread>
 
-#include "adapters/linux/AuditTokenWords.h"
+#include "adapters/linux/peer/AuditTokenWords.h"
 #include "tests/contract/InstalledCompanion.h"
 #include "tests/support/Machine.h"
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "adapters/linux/FileCache.h"
+#include "adapters/linux/peer/FileCache.h"
 
 namespace wicket::contract {
 namespace {

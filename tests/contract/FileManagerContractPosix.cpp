@@ -29,7 +29,7 @@
 #include <vector>
 
 #include "adapters/posix/PosixFileManager.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
 #include "tests/contract/FileWorlds.h"
 #include "tests/support/Machine.h"
 #include "tests/support/TinyFileSystem.h"

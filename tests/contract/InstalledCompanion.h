@@ -16,11 +16,11 @@
 #include <utility>
 #include <vector>
 
-#include "adapters/linux/LinuxCodeSigningServices.h"
-#include "adapters/linux/PeerProcess.h"
-#include "codesign/Signer.h"
-#include "security/CodesignCheck.h"
-#include "security/SigningCertificate.h"
+#include "adapters/linux/peer/LinuxCodeSigningServices.h"
+#include "adapters/linux/peer/PeerProcess.h"
+#include "codesign/signature/Signer.h"
+#include "helper/security/CodesignCheck.h"
+#include "helper/security/SigningCertificate.h"
 #include "tests/doubles/RecordingConnection.h"
 #include "tests/support/StandIn.h"
 #include "tests/support/TestCertificates.h"

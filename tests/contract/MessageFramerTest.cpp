@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "adapters/linux/MessageFramer.h"
+#include "adapters/linux/bus/MessageFramer.h"
 
 namespace wicket::linux_adapter {
 namespace {

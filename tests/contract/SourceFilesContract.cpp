@@ -9,8 +9,8 @@
 #include <string>
 #include <unistd.h>
 
-#include "adapters/linux/CallingClient.h"
-#include "adapters/linux/ClientSourceFiles.h"
+#include "adapters/linux/peer/CallingClient.h"
+#include "adapters/linux/sources/ClientSourceFiles.h"
 #include "tests/contract/FileWorlds.h"
 
 namespace wicket::contract {

@@ -19,10 +19,10 @@
 #include <unistd.h>
 #include <vector>
 
-#include "adapters/linux/CallingClient.h"
-#include "adapters/linux/ClientSourceFiles.h"
-#include "adapters/linux/ProcessFiles.h"
-#include "system/Descriptor.h"
+#include "adapters/linux/peer/CallingClient.h"
+#include "adapters/linux/sources/ClientSourceFiles.h"
+#include "base/system/Descriptor.h"
+#include "base/system/linux/ProcessFiles.h"
 #include "tests/contract/FileWorlds.h"
 #include "tests/support/ComesTrue.h"
 #include "tests/support/Machine.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <sys/mount.h>
 
-#include "adapters/linux/UserInWords.h"
+#include "adapters/linux/authorization/UserInWords.h"
 #include "tests/support/Machine.h"
 #include "tests/support/PrivateNamespace.h"
 #include "tests/support/TemporaryFolder.h"

@@ -9,8 +9,8 @@
 #include <sys/stat.h>
 #include <vector>
 
-#include "adapters/linux/CallingClient.h"
-#include "adapters/linux/UserShares.h"
+#include "adapters/linux/peer/CallingClient.h"
+#include "adapters/linux/peer/UserShares.h"
 #include "tests/contract/RealListener.h"
 #include "tests/support/AsUser.h"
 #include "tests/support/DescriptorAllowance.h"

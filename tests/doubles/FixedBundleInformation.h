@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/BundleInformation.h"
+#include "helper/platform/BundleInformation.h"
 
 namespace wicket::doubles {
 

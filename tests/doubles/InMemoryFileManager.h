@@ -16,8 +16,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/FileManager.h"
-#include "platform/SourceFiles.h"
+#include "helper/platform/FileManager.h"
+#include "helper/platform/SourceFiles.h"
 #include "tests/doubles/InMemoryTree.h"
 
 namespace wicket::doubles {

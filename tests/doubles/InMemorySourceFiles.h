@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "adapters/posix/Sha256.h"
-#include "platform/SourceFiles.h"
+#include "helper/platform/SourceFiles.h"
 #include "tests/doubles/InMemoryFileManager.h"
 
 namespace wicket::doubles {

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/FileManager.h"
+#include "helper/platform/FileManager.h"
 
 namespace wicket::doubles {
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Listener.h"
+#include "helper/platform/Listener.h"
 #include "tests/doubles/RecordingConnection.h"
 
 namespace wicket::doubles {

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Connection.h"
+#include "helper/platform/Connection.h"
 
 namespace wicket::doubles {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/ServiceJob.h"
+#include "helper/platform/ServiceJob.h"
 
 namespace wicket::doubles {
 

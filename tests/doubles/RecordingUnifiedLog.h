@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/UnifiedLog.h"
+#include "helper/platform/UnifiedLog.h"
 
 namespace wicket::doubles {
 

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/AuthorizationServices.h"
+#include "helper/platform/AuthorizationServices.h"
 
 namespace wicket::doubles {
 

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/ChildProcess.h"
+#include "helper/platform/ChildProcess.h"
 
 namespace wicket::doubles {
 

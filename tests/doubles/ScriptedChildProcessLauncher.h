@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/ChildProcess.h"
+#include "helper/platform/ChildProcess.h"
 #include "tests/doubles/ScriptedChild.h"
 
 namespace wicket::doubles {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/CodeSigningServices.h"
+#include "helper/platform/CodeSigningServices.h"
 
 namespace wicket::doubles {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Platform.h"
+#include "helper/platform/Platform.h"
 #include "tests/doubles/FixedBundleInformation.h"
 #include "tests/doubles/InMemoryFileManager.h"
 #include "tests/doubles/InMemorySourceFiles.h"

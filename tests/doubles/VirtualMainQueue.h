@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/MainQueue.h"
+#include "helper/platform/MainQueue.h"
 
 namespace wicket::doubles {
 

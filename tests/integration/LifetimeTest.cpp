@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/Listener.h"
+#include "helper/platform/Listener.h"
 #include "tests/integration/IntegrationTest.h"
 #include "tests/integration/SilentMessageBus.h"
 #include "tests/support/Stopwatch.h"

@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/ChildProcess.h"
+#include "helper/platform/ChildProcess.h"
 #include "tests/support/Patience.h"
 
 namespace wicket::support {

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "adapters/linux/SdHandle.h"
+#include "base/system/linux/SdHandle.h"
 
 namespace wicket::support {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/text/Utf8.h"
 #include "tests/macos/frameworks/Strings.h"
-#include "text/Utf8.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "adapters/macos/MacPlatform.h"
-#include "helper/PrivilegedHelper.h"
+#include "helper/service/PrivilegedHelper.h"
 #include "tests/doubles/InMemoryFileManager.h"
 #include "tests/doubles/InMemorySourceFiles.h"
 #include "tests/macos/suite/Companion.h"

@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/macos/MacUnifiedLog.h"
 #include "adapters/macos/XpcConnection.h"
-#include "clients/LogUtil.h"
+#include "helper/clients/LogUtil.h"
 #include "tests/macos/frameworks/SystemVersion.h"
 #include "tests/macos/frameworks/UnifiedLog.h"
 #include "tests/macos/frameworks/Xpc.h"

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "codesign/Certificate.h"
-#include "codesign/CertificateChain.h"
-#include "codesign/ObjectIdentifier.h"
+#include "codesign/certificate/Certificate.h"
+#include "codesign/certificate/CertificateChain.h"
+#include "codesign/certificate/ObjectIdentifier.h"
 #include "tests/support/TestCertificates.h"
 
 namespace wicket::codesign {

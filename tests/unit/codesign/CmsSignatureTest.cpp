@@ -4,8 +4,8 @@
 #include <openssl/ec.h>
 #include <openssl/rsa.h>
 
-#include "codesign/CmsSignature.h"
-#include "codesign/CryptoContext.h"
+#include "codesign/certificate/CryptoContext.h"
+#include "codesign/signature/CmsSignature.h"
 #include "tests/unit/codesign/SignedFiles.h"
 
 namespace wicket::codesign {

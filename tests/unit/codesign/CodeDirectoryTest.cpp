@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include <gtest/gtest.h>
 
-#include "codesign/CodeDirectory.h"
+#include "codesign/signature/CodeDirectory.h"
 #include "tests/unit/codesign/SignedFiles.h"
 
 namespace wicket::codesign {

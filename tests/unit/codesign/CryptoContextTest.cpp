@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "codesign/Certificate.h"
+#include "codesign/certificate/Certificate.h"
 #include "resources/TrustedAnchor.h"
 
 namespace wicket::codesign {

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "codesign/NumericOrder.h"
+#include "codesign/requirement/NumericOrder.h"
 
 namespace wicket::codesign {
 namespace {

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "codesign/PropertyValue.h"
+#include "codesign/plist/PropertyValue.h"
 
 namespace wicket::codesign {
 namespace {

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "codesign/RequirementEvaluator.h"
-#include "codesign/RequirementParser.h"
-#include "codesign/RequirementText.h"
+#include "codesign/requirement/RequirementEvaluator.h"
+#include "codesign/requirement/RequirementParser.h"
+#include "codesign/requirement/RequirementText.h"
 
 namespace wicket::codesign {
 namespace {

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "codesign/RequirementEvaluator.h"
-#include "codesign/RequirementParser.h"
+#include "codesign/requirement/RequirementEvaluator.h"
+#include "codesign/requirement/RequirementParser.h"
 #include "tests/support/TestCertificates.h"
 
 namespace wicket::codesign {

@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "codesign/RequirementEvaluator.h"
-#include "codesign/RequirementParser.h"
+#include "codesign/requirement/RequirementEvaluator.h"
+#include "codesign/requirement/RequirementParser.h"
 #include "resources/EmbeddedPropertyLists.h"
 #include "tests/support/TestCertificates.h"
 

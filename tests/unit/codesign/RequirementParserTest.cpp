@@ -4,9 +4,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "codesign/RequirementLexer.h"
-#include "codesign/RequirementParser.h"
-#include "codesign/RequirementText.h"
+#include "codesign/requirement/RequirementLexer.h"
+#include "codesign/requirement/RequirementParser.h"
+#include "codesign/requirement/RequirementText.h"
 
 namespace wicket::codesign {
 namespace {

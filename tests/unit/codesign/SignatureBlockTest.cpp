@@ -3,7 +3,7 @@
 #include <limits>
 #include <unistd.h>
 
-#include "codesign/SignatureBlock.h"
+#include "codesign/signature/SignatureBlock.h"
 #include "tests/unit/codesign/SignedFiles.h"
 
 namespace wicket::codesign {

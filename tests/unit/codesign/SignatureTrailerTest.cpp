@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
-#include "codesign/SignatureTrailer.h"
+#include "codesign/signature/SignatureTrailer.h"
 
 namespace wicket::codesign {
 namespace {

@@ -5,10 +5,10 @@
 #include <set>
 #include <unistd.h>
 
-#include "codesign/CmsSignature.h"
-#include "codesign/RequirementEvaluator.h"
-#include "codesign/RequirementParser.h"
-#include "codesign/SignatureVerifier.h"
+#include "codesign/requirement/RequirementEvaluator.h"
+#include "codesign/requirement/RequirementParser.h"
+#include "codesign/signature/CmsSignature.h"
+#include "codesign/signature/SignatureVerifier.h"
 #include "tests/support/Program.h"
 #include "tests/unit/codesign/SignedFiles.h"
 

@@ -8,12 +8,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "codesign/SignatureBlock.h"
-#include "codesign/SignatureTrailer.h"
-#include "codesign/SignatureVerifier.h"
-#include "codesign/Signer.h"
-#include "codesign/SigningIdentity.h"
-#include "system/Descriptor.h"
+#include "base/system/Descriptor.h"
+#include "codesign/certificate/SigningIdentity.h"
+#include "codesign/signature/SignatureBlock.h"
+#include "codesign/signature/SignatureTrailer.h"
+#include "codesign/signature/SignatureVerifier.h"
+#include "codesign/signature/Signer.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestCertificates.h"
 

@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "codesign/Signer.h"
+#include "codesign/signature/Signer.h"
 #include "tests/support/Program.h"
 #include "tests/unit/codesign/SignedFiles.h"
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "codesign/WrittenValue.h"
+#include "codesign/plist/WrittenValue.h"
 
 namespace wicket::codesign {
 namespace {

@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "base/system/Descriptor.h"
 #include "companion/command/CommandLine.h"
 #include "companion/command/ExitStatus.h"
-#include "system/Descriptor.h"
 #include "tests/support/FakeHelper.h"
 
 namespace wicket::companion::command {

@@ -11,8 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "companion/GroupPrivilege.h"
 #include "companion/HelperConnection.h"
+#include "companion/hardening/GroupPrivilege.h"
 #include "tests/support/Machine.h"
 #include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryFolder.h"

@@ -9,9 +9,9 @@
 #include <unistd.h>
 #include <vector>
 
+#include "base/system/Descriptor.h"
 #include "companion/AuthorizationRequest.h"
 #include "companion/HelperConnection.h"
-#include "system/Descriptor.h"
 #include "tests/support/FakeHelper.h"
 
 namespace wicket::companion {

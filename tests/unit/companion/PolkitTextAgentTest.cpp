@@ -11,9 +11,9 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "base/system/Descriptor.h"
 #include "companion/AuthorizationRequest.h"
 #include "companion/PolkitTextAgent.h"
-#include "system/Descriptor.h"
 
 namespace wicket::companion {
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "companion/ResourceLimits.h"
+#include "companion/hardening/ResourceLimits.h"
 
 namespace wicket::companion {
 namespace {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "companion/SafeEnvironment.h"
+#include "companion/hardening/SafeEnvironment.h"
 
 namespace wicket::companion {
 namespace {

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "base/text/DisplayText.h"
 #include "companion/CleanUp.h"
-#include "companion/DisplayText.h"
 #include "companion/ScriptName.h"
 
 namespace wicket::companion {

@@ -6,12 +6,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "codesign/CodeDirectory.h"
-#include "codesign/Signer.h"
+#include "base/system/Descriptor.h"
+#include "codesign/signature/CodeDirectory.h"
+#include "codesign/signature/Signer.h"
 #include "companion/doctor/CompanionRequirement.h"
 #include "companion/doctor/SignatureExamination.h"
-#include "security/CodesignCheck.h"
-#include "system/Descriptor.h"
+#include "helper/security/CodesignCheck.h"
 #include "tests/doubles/RecordingConnection.h"
 #include "tests/doubles/ScriptedCodeSigningServices.h"
 #include "tests/support/TemporaryFolder.h"
