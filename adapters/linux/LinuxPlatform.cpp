@@ -77,10 +77,9 @@ Platform& Platform::current() {
   return platform;
 }
 
-std::optional<int> Platform::runAuxiliaryProcess(std::span<char* const> arguments) {
+void Platform::runAuxiliaryProcess(std::span<char* const> arguments) {
   using linux_adapter::SourceReader;
-  if (!SourceReader::isAskedForBy(arguments)) return std::nullopt;
-  return SourceReader::run();
+  if (SourceReader::isAskedForBy(arguments)) SourceReader::run();
 }
 
 }  // namespace wicket

@@ -30,6 +30,6 @@ Platform& Platform::current() {
 }
 
 // The platform starts no other process out of this program.
-std::optional<int> Platform::runAuxiliaryProcess(std::span<char* const> /*arguments*/) { return std::nullopt; }
+void Platform::runAuxiliaryProcess(std::span<char* const> /*arguments*/) {}
 
 }  // namespace wicket

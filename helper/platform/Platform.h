@@ -3,7 +3,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <span>
 #include <string_view>
 
@@ -47,9 +46,8 @@ class Platform {
   [[nodiscard]] static Platform& current();
 
   /// For a process that the platform has started out of this same program, for a purpose of its own: does what
-  /// it was started for. The result is the status to end with; none when this process is the service.
-  /// @p arguments are those of main.
-  [[nodiscard]] static std::optional<int> runAuxiliaryProcess(std::span<char* const> arguments);
+  /// it was started for and ends it. Returns when this process is the service. @p arguments are those of main.
+  static void runAuxiliaryProcess(std::span<char* const> arguments);
 };
 
 }  // namespace wicket

@@ -21,7 +21,7 @@ std::shared_ptr<wicket::PrivilegedHelper>& helper() {
 
 int main(int argc, char** argv) {
   const std::span<char* const> arguments(argv, static_cast<std::size_t>(argc));
-  if (const auto status = wicket::Platform::runAuxiliaryProcess(arguments)) return *status;
+  wicket::Platform::runAuxiliaryProcess(arguments);
   helper() = std::make_shared<wicket::PrivilegedHelper>(wicket::Platform::current());
   helper()->run();
   return 0;

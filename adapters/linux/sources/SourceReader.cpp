@@ -81,16 +81,18 @@ bool SourceReader::isAskedForBy(std::span<char* const> arguments) {
   return arguments.size() == 2 && std::string_view(arguments[1]) == argument;
 }
 
-int SourceReader::run() {
+void SourceReader::run() {
   endInTime();
   const Descriptor channel(socket);
   const auto request = ReaderRequest::receiveFrom(channel);
-  if (!request) return EXIT_FAILURE;
+  bool isDone = false;
   try {
-    return ReaderAnswer::send(read(*request), channel) ? EXIT_SUCCESS : EXIT_FAILURE;
+    isDone = request && ReaderAnswer::send(read(*request), channel);
   } catch (const std::exception&) {
-    return EXIT_FAILURE;
+    isDone = false;
   }
+  // Nothing is cleaned up: whoever has the answer ends this process at once, also in the middle of that.
+  ::_exit(isDone ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 }  // namespace wicket::linux_adapter

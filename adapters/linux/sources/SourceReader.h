@@ -15,8 +15,8 @@ struct SourceReader {
   static constexpr int socket = 3;
 
   [[nodiscard]] static bool isAskedForBy(std::span<char* const> arguments);
-  /// Answers one request; the status with which the process is to end.
-  [[nodiscard]] static int run();
+  /// Answers one request and ends the process.
+  [[noreturn]] static void run();
 };
 
 }  // namespace wicket::linux_adapter
