@@ -23,6 +23,7 @@ class Task:
     nice: int = 3  # what compiles stands back, and not so far that a busy machine leaves it nothing
     is_suite: bool = False  # it tries what was built
     may_skip: bool = False  # it ends with 77 where the machine does not allow it, and says why
+    shown: bool = False  # its output goes where this one's does, and to no log
 
     def log(self, folder: Path):
         return folder / f"{self.name.replace(' ', '-')}.log"
@@ -71,8 +72,8 @@ class Pipeline:
         # one does it matter who is nice.
         command = ["nice", "-n", str(task.nice), *task.command]
         with open(task.log(self._logs), "wb") as log:
-            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT,
-                                       process_group=0)
+            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=None if task.shown else log,
+                                       stderr=subprocess.STDOUT, process_group=0)
         self._running[process] = task
         threading.Thread(target=self._await, args=(process, task), daemon=True).start()
 
@@ -91,15 +92,17 @@ class Pipeline:
             print(f"== {task.name}: done in {took}", flush=True)
         elif status == SKIPPED and task.may_skip:
             self._passed.add(task.name)
-            print(f"== {task.name}: SKIPPED\n{self._end_of_log(task, 3)}", flush=True)
+            print(f"== {task.name}: SKIPPED{self._end_of_log(task, 3)}", flush=True)
         else:
             self._failed = task
-            print(f"== {task.name}: FAILED after {took} (status {status}), {task.log(self._logs)}\n"
-                  f"{self._end_of_log(task, LINES_SHOWN)}", flush=True)
+            log = "" if task.shown else f", {task.log(self._logs)}"
+            print(f"== {task.name}: FAILED after {took} (status {status}){log}{self._end_of_log(task, LINES_SHOWN)}",
+                  flush=True)
 
     def _end_of_log(self, task, count):
+        """In lines of their own; none of what was seen already."""
         lines = task.log(self._logs).read_text(encoding="utf-8", errors="replace").splitlines()
-        return "\n".join(lines[-count:])
+        return "".join(f"\n{line}" for line in lines[-count:])
 
     def _end_all(self):
         """Politely, so that containers and what else a task has built up are taken down."""

@@ -16,7 +16,7 @@ from patience import RanOut
 from snapshot import snapshot
 from terminal import Terminals
 
-# scripts/system-test knows it.
+# tests/system/run knows it.
 SKIPPED = 77
 
 

@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 the Wicket helper authors
 """A Debian system that boots with systemd in a container and leaves nothing behind.
 
-Whoever uses this has namespaces of mounts and processes of its own (scripts/system-test makes them): what the
+Whoever uses this has namespaces of mounts and processes of its own (tests/system/run makes them): what the
 machine changes lies on a tmpfs that nobody else sees, and its processes end with the process namespace.
 """
 

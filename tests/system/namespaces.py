@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # SPDX-FileCopyrightText: 2026 the Wicket helper authors
-"""For tests that boot or enter trees of Debian releases: namespaces of their own, and why there are none.
+"""For programs that boot or enter trees of Debian releases: namespaces of their own, and why there are none.
 
 A test that cannot run prints the reason and ends with 77; with CI=true in the environment that is a failure.
 """
@@ -12,8 +12,8 @@ import subprocess
 import sys
 from pathlib import Path
 
-ROOT = Path(__file__).resolve().parent.parent.parent
-PROGRAM = Path(sys.argv[0]).name
+ROOT = Path(__file__).resolve().parents[2]
+PROGRAM = os.path.relpath(sys.argv[0], ROOT)
 SKIPPED = 77
 # What is mounted and what is started in them ends with them, and they end with this process.
 NAMESPACES = ["setpriv", "--pdeathsig", "KILL", "unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
