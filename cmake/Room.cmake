@@ -22,7 +22,7 @@ option(WICKET_UNITY_BUILD "Compile the sources of a room together" ${WICKET_COMP
 
 # wicket_room([SEES room...] [LIBRARIES target...]): the folder as one room of the house, a library of all its sources;
 # a room without sources is an interface of headers. Its sources find the headers of the rooms that it sees, each named
-# by its folder, and no others: scripts/include-check reads these lists, too.
+# by its folder, and no others: tests/static/includes reads these lists, too.
 function(wicket_room)
   cmake_parse_arguments(ROOM "" "" "SEES;LIBRARIES" ${ARGN})
   wicket_room_of_folder(NAME)
