@@ -70,6 +70,12 @@ TEST_F(CommandTest, RunPrintsTheOutputAndEndsWithTheScriptsStatus) {
   EXPECT_EQ(activator().lives().size(), 1U);
 }
 
+TEST_F(CommandTest, RunPrintsWhatTheScriptWritesWhileItStillRuns) {
+  // The script ends once it finds its line where the command prints to; else the connection's 45 seconds do.
+  addScript("job.sh", "#!/bin/bash\necho one\nuntil grep --quiet one /run/printed; do sleep 0.02; done\nexit 7\n");
+  EXPECT_EQ(Program::run({"sh", "-c", commandExecutable() + " run job.sh >/run/printed"}).status, 7);
+}
+
 TEST_F(CommandTest, RunOfAScriptThatEndsWellEndsWithZero) {
   addScript("job.sh", "#!/bin/bash\necho fine\n");
   const auto run = wicket({"run", "job.sh"});
