@@ -123,11 +123,9 @@ def play(tasks, options):
     """One run. Where the machine is to be busy, all is built before: compilers would only hold up what is tried."""
     if not options.busy:
         return Pipeline(tasks, LOGS).run()
-    suites = [task for task in tasks if task.is_suite]
+    suites = [replace(task, nice=0) for task in tasks if task.is_suite]
     if not Pipeline([task for task in tasks if not task.is_suite], LOGS).run():
         return False
-    for task in suites:
-        task.nice = 0
     with BusyLoops(BUSY_LOOPS):
         return Pipeline(suites, LOGS).run()
 
