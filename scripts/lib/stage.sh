@@ -13,7 +13,7 @@ socket=/run/$service
 scripts=/var/orvane
 user=nobody
 # The folder of the built programs and of the user's files.
-work=${WICKET_DEMO_FOLDER-}
+work=
 # The group that connects, and the folder of the installed companion.
 group=
 group_is_ours=
@@ -28,16 +28,22 @@ source "$root/scripts/lib/sandbox.sh"
 open_stage() {
   ((EUID == 0)) || die "only root can show this: sudo scripts/demo"
   trap 'exit 130' INT TERM
-  if [[ ${1-} == --in-place ]]; then
-    prepare refuse_used_machine
-    use_machines_folders
-  elif [[ ! $work ]]; then
-    prepare check_namespaces
-    play_in_namespaces
-    exit
-  else
-    use_private_folders
-  fi
+  case "${1-}" in
+    --in-place)
+      prepare refuse_used_machine
+      use_machines_folders
+      ;;
+    --inside)
+      work=${2-}
+      [[ $work ]] || die "--inside is for the demonstration itself"
+      use_private_folders
+      ;;
+    *)
+      prepare check_namespaces
+      play_in_namespaces
+      exit
+      ;;
+  esac
   install_companion
   sandbox_start "$work/$service.policy" || die "the message bus or polkit did not start"
   start_activation
@@ -102,8 +108,8 @@ refuse_used_machine() {
 # mounts.
 play_in_namespaces() {
   trap '[[ -z $namespaces ]] || kill -KILL "$namespaces"; wait; rm -rf "$work"' EXIT
-  WICKET_DEMO_FOLDER=$work setpriv --pdeathsig KILL unshare --mount --propagation private --pid --fork --kill-child \
-    --mount-proc "$root/scripts/demo" </dev/null &
+  setpriv --pdeathsig KILL unshare --mount --propagation private --pid --fork --kill-child --mount-proc \
+    "$root/scripts/demo" --inside "$work" </dev/null &
   namespaces=$!
   local status
   wait "$namespaces"
