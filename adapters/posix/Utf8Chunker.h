@@ -8,9 +8,6 @@
 
 namespace wicket::posix {
 
-/// How many bytes at the end of @p bytes begin a UTF-8 character that is not finished: 0 to 3.
-[[nodiscard]] std::size_t unfinishedCharacterLength(std::span<const std::byte> bytes);
-
 /// Cuts a stream into chunks of at most its capacity, one for each read, and keeps an unfinished
 /// character at a chunk's end for the next one. Bytes that are no UTF-8 pass as they come.
 class Utf8Chunker {

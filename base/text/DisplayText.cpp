@@ -4,9 +4,10 @@
 
 #include <cstddef>
 
+#include "base/text/ControlCharacter.h"
 #include "base/text/Utf8.h"
 
-namespace wicket::companion {
+namespace wicket {
 
 namespace {
 
@@ -15,10 +16,6 @@ std::string inHexadecimal(unsigned value, std::size_t digits) {
   std::string text;
   for (; value != 0 || text.size() < digits; value /= 16) text.insert(text.begin(), alphabet[value % 16]);
   return text;
-}
-
-bool isControl(char32_t scalar) {
-  return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0) || scalar == 0x2028 || scalar == 0x2029;
 }
 
 std::string escaped(std::string_view bytes) {
@@ -39,7 +36,7 @@ std::string takeVisible(std::string_view& text) {
   const auto scalar = Utf8::take(text);
   if (!scalar) text.remove_prefix(1);
   const std::string_view bytes = before.substr(0, before.size() - text.size());
-  return !scalar || isControl(*scalar) ? escaped(bytes) : std::string(bytes);
+  return !scalar || isControlCharacter(*scalar) ? escaped(bytes) : std::string(bytes);
 }
 
 std::string quotedText(std::string_view text) {
@@ -48,4 +45,4 @@ std::string quotedText(std::string_view text) {
   return result + "\"";
 }
 
-}  // namespace wicket::companion
+}  // namespace wicket

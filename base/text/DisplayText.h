@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace wicket::companion {
+namespace wicket {
 
 /// How a message names a character: "#" as itself in quotation marks, others as U+00E9.
 [[nodiscard]] std::string characterName(char32_t scalar);
@@ -16,4 +16,4 @@ namespace wicket::companion {
 /// UTF-8 appear as \xNN, so that a name cannot move the cursor or forge a second line.
 [[nodiscard]] std::string quotedText(std::string_view text);
 
-}  // namespace wicket::companion
+}  // namespace wicket

@@ -5,19 +5,16 @@
 #include <array>
 #include <cstdio>
 
+#include "base/text/ControlCharacter.h"
 #include "base/text/Utf8.h"
 
 namespace wicket {
 
 namespace {
 
-bool isControl(char32_t scalar) {
-  return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0) || scalar == 0x2028 || scalar == 0x2029;
-}
-
 std::string escaped(char32_t scalar, std::string_view bytes) {
   if (scalar == U'"' || scalar == U'\\') return "\\" + std::string(bytes);
-  if (!isControl(scalar)) return std::string(bytes);
+  if (!isControlCharacter(scalar)) return std::string(bytes);
   std::array<char, 8> buffer{};
   std::snprintf(buffer.data(), buffer.size(), "\\u%04x", static_cast<unsigned>(scalar) & 0xFFFFU);
   return buffer.data();

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace wicket::companion {
+namespace wicket {
 
 /// Why something cannot be done and what the user can do about it: two sentences without their full stops.
 struct Problem {
@@ -12,4 +12,4 @@ struct Problem {
   std::string nextStep;
 };
 
-}  // namespace wicket::companion
+}  // namespace wicket

@@ -8,7 +8,7 @@
 
 #include "base/text/DisplayText.h"
 
-namespace wicket::companion {
+namespace wicket {
 
 namespace {
 
@@ -55,4 +55,4 @@ std::string TerminalText::finish() {
   return result;
 }
 
-}  // namespace wicket::companion
+}  // namespace wicket

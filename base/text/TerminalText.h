@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace wicket::companion {
+namespace wicket {
 
 /// What a terminal may be sent of a stream of UTF-8 text that comes in pieces. Control characters appear as \xNN, so
 /// that nobody's text can move the cursor, rename the window or have an answer typed; tab, line feed and the
@@ -21,4 +21,4 @@ class TerminalText {
   std::string unfinished_;
 };
 
-}  // namespace wicket::companion
+}  // namespace wicket

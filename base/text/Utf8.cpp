@@ -2,12 +2,14 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "base/text/Utf8.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
 namespace wicket {
 namespace {
 
+constexpr std::size_t longestCharacter = 4;
 constexpr Utf8::Scalar invalid{U'\uFFFD', 1, false};
 
 /// What the lead byte of a character says: its length, its own bits, and the smallest value that
@@ -38,7 +40,30 @@ std::size_t asciiLength(std::string_view text) {
   return length;
 }
 
-constexpr bool isSurrogate(char32_t value) { return value >= 0xD800 && value <= 0xDFFF; }
+constexpr unsigned bitsOfContinuation = 6;
+
+constexpr bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+
+constexpr char32_t continued(char32_t value, char byte) {
+  return (value << bitsOfContinuation) | (static_cast<unsigned char>(byte) & 0x3FU);
+}
+
+/// Whether there are scalars from @p least to @p most that need a lead such as this one. What bytes still to come leave
+/// open never reaches across an end of the surrogates.
+constexpr bool holdsScalar(const Lead& lead, char32_t least, char32_t most) {
+  const bool areSurrogates = least >= 0xD800 && most <= 0xDFFF;
+  return most >= lead.smallest && least <= 0x10FFFF && !areSurrogates;
+}
+
+/// Whether @p bytes, of which only the first is no continuation, begin a character and are not all of it.
+bool isUnfinished(std::string_view bytes) {
+  const Lead lead = leadOf(static_cast<unsigned char>(bytes.front()));
+  if (lead.length <= bytes.size()) return false;
+  char32_t value = lead.bits;
+  for (const char byte : bytes.substr(1)) value = continued(value, byte);
+  const std::size_t open = bitsOfContinuation * (lead.length - bytes.size());
+  return holdsScalar(lead, value << open, ((value + 1) << open) - 1);
+}
 
 }  // namespace
 
@@ -46,12 +71,11 @@ Utf8::Scalar Utf8::first(std::string_view text) {
   const Lead lead = leadOf(static_cast<unsigned char>(text.front()));
   if (lead.length == 0 || lead.length > text.size()) return invalid;
   char32_t value = lead.bits;
-  for (std::size_t i = 1; i < lead.length; ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if ((byte & 0xC0U) != 0x80U) return invalid;
-    value = (value << 6U) | (byte & 0x3FU);
+  for (const char byte : text.substr(1, lead.length - 1)) {
+    if (!isContinuation(byte)) return invalid;
+    value = continued(value, byte);
   }
-  if (value < lead.smallest || value > 0x10FFFF || isSurrogate(value)) return invalid;
+  if (!holdsScalar(lead, value, value)) return invalid;
   return {value, lead.length, true};
 }
 
@@ -71,6 +95,15 @@ bool Utf8::isValid(std::string_view text) {
     if (!scalar.isValid) return false;
     text.remove_prefix(scalar.length);
   }
+}
+
+std::size_t Utf8::unfinishedLength(std::string_view text) {
+  const std::size_t longest = std::min(text.size(), longestCharacter - 1);
+  for (std::size_t length = 1; length <= longest; ++length) {
+    const std::string_view tail = text.substr(text.size() - length);
+    if (!isContinuation(tail.front())) return isUnfinished(tail) ? length : 0;
+  }
+  return 0;
 }
 
 }  // namespace wicket

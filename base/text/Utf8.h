@@ -24,6 +24,8 @@ struct Utf8 {
   /// begins with no character.
   [[nodiscard]] static std::optional<char32_t> take(std::string_view& rest);
   [[nodiscard]] static bool isValid(std::string_view text);
+  /// How many bytes at the end of @p text begin a character that further bytes can make whole: 0 to 3.
+  [[nodiscard]] static std::size_t unfinishedLength(std::string_view text);
 };
 
 }  // namespace wicket

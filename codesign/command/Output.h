@@ -5,13 +5,9 @@
 #include <ostream>
 #include <string>
 
-namespace wicket::codesign::command {
+#include "base/text/Problem.h"
 
-/// Why something cannot be done and what the user can do about it: two sentences without their full stops.
-struct Problem {
-  std::string cause;
-  std::string nextStep;
-};
+namespace wicket::codesign::command {
 
 /// The command's two streams.
 class Output {
