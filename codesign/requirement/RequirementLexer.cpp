@@ -57,6 +57,34 @@ std::string named(char character) {
 
 }  // namespace
 
+std::string RequirementToken::description() const {
+  switch (kind) {
+    case Kind::end:
+      return "the end";
+    case Kind::keyword:
+      return "the keyword \"" + text + "\"";
+    case Kind::integer:
+      return "the number " + text;
+    case Kind::quoted:
+      return "text in quotes";
+    case Kind::hex:
+      return "a hexadecimal value";
+    case Kind::hash:
+      return "a hash";
+    case Kind::word:
+    case Kind::symbol:
+      break;
+  }
+  return "\"" + text + "\"";
+}
+
+std::string_view RequirementToken::adviceForText() const {
+  if (kind == Kind::keyword) {
+    return "; a keyword must be quoted to be text";
+  }
+  return kind == Kind::integer ? "; text that begins with a digit must be quoted" : "";
+}
+
 bool RequirementLexer::isKeyword(std::string_view word) { return std::ranges::binary_search(keywords, word); }
 
 std::expected<std::vector<RequirementToken>, RequirementError> RequirementLexer::tokens(std::string_view text) {

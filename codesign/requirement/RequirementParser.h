@@ -13,7 +13,7 @@
 
 #include "codesign/requirement/RequirementError.h"
 #include "codesign/requirement/RequirementExpression.h"
-#include "codesign/requirement/RequirementToken.h"
+#include "codesign/requirement/RequirementLexer.h"
 
 namespace wicket::codesign {
 

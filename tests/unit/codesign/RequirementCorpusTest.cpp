@@ -11,7 +11,7 @@
 
 #include "codesign/requirement/RequirementEvaluator.h"
 #include "codesign/requirement/RequirementParser.h"
-#include "codesign/requirement/RequirementText.h"
+#include "tests/unit/codesign/RequirementText.h"
 
 namespace wicket::codesign {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "codesign/requirement/RequirementLexer.h"
 #include "codesign/requirement/RequirementParser.h"
-#include "codesign/requirement/RequirementText.h"
+#include "tests/unit/codesign/RequirementText.h"
 
 namespace wicket::codesign {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include "codesign/requirement/RequirementText.h"
+#include "tests/unit/codesign/RequirementText.h"
 
 #include <algorithm>
 #include <span>
