@@ -5,12 +5,14 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <optional>
-#include <sys/stat.h>
+#include <span>
+#include <utility>
 
 #include "base/system/Descriptor.h"
+#include "base/system/ReadWrite.h"
+#include "base/system/RegularFile.h"
 #include "base/text/CharacterSet.h"
 #include "base/text/DisplayText.h"
 #include "base/text/Utf8.h"
@@ -90,21 +92,24 @@ Problem cannotRead(const std::string& path, int error) {
   return {"The file " + quotedText(path) + " cannot be read: " + std::strerror(error), next};
 }
 
+Problem cannotOpen(const std::string& path, int error) {
+  switch (error) {
+    case EISDIR:
+      return {quotedText(path) + " is a folder", "Give the path of a script file"};
+    case EINVAL:
+      return {quotedText(path) + " is not a regular file", "Copy the script into a file first"};
+    default:
+      return cannotRead(path, error);
+  }
+}
+
 std::expected<Descriptor, Problem> openRegular(const std::string& path) {
-  // Non-blocking, or a named pipe would hold the command up before it can be refused.
-  Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!file.isOpen()) return std::unexpected(cannotRead(path, errno));
-  struct stat status{};
-  if (::fstat(file.get(), &status) != 0) return std::unexpected(cannotRead(path, errno));
-  if (S_ISDIR(status.st_mode)) {
-    return std::unexpected(Problem{quotedText(path) + " is a folder", "Give the path of a script file"});
-  }
-  if (!S_ISREG(status.st_mode)) {
-    return std::unexpected(Problem{quotedText(path) + " is not a regular file", "Copy the script into a file first"});
-  }
-  if (status.st_size == 0)
+  auto file = system::RegularFile::open(path);
+  if (!file) return std::unexpected(cannotOpen(path, file.error()));
+  if (file->status.st_size == 0) {
     return std::unexpected(Problem{"The file " + quotedText(path) + " is empty", writeFirstLine});
-  return file;
+  }
+  return std::move(file->descriptor);
 }
 
 std::expected<TextScan, Problem> scanText(const std::string& path, const Descriptor& file) {
@@ -112,11 +117,10 @@ std::expected<TextScan, Problem> scanText(const std::string& path, const Descrip
   std::array<char, 65536> buffer{};
   bool valid = true;
   while (valid) {
-    const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return std::unexpected(cannotRead(path, errno));
-    valid = count == 0 ? scan.finish() : scan.feed({buffer.data(), static_cast<std::size_t>(count)});
-    if (count == 0) break;
+    const auto count = system::readSome(file.get(), std::as_writable_bytes(std::span(buffer)));
+    if (!count) return std::unexpected(cannotRead(path, count.error()));
+    valid = *count == 0 ? scan.finish() : scan.feed({buffer.data(), *count});
+    if (*count == 0) break;
   }
   if (valid) return scan;
   return std::unexpected(Problem{"The file " + quotedText(path) + " is not a UTF-8 text (see byte " +

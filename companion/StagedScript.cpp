@@ -4,14 +4,20 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 #include "base/system/Descriptor.h"
+#include "base/system/ReadWrite.h"
+#include "base/system/RegularFile.h"
 #include "base/text/DisplayText.h"
 #include "companion/CleanUp.h"
 
@@ -26,29 +32,18 @@ std::optional<std::string> makeFolderIn(const std::string& parent) {
   return path;
 }
 
-bool writeAll(int descriptor, const char* bytes, std::size_t count) {
-  while (count > 0) {
-    const ssize_t written = ::write(descriptor, bytes, count);
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return false;
-    bytes += written;
-    count -= static_cast<std::size_t>(written);
-  }
-  return true;
-}
-
-/// 0, or the error number.
-int copyBytes(const std::string& from, const std::string& to) {
-  const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!source.isOpen()) return errno;
+/// The error is an errno.
+std::expected<void, int> copyBytes(const std::string& from, const std::string& to) {
+  const auto source = system::RegularFile::open(from);
+  if (!source) return std::unexpected(source.error());
   const Descriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!target.isOpen()) return errno;
-  std::array<char, 65536> buffer{};
+  if (!target.isOpen()) return std::unexpected(errno);
+  std::array<std::byte, 65536> buffer{};
   while (true) {
-    const ssize_t count = ::read(source.get(), buffer.data(), buffer.size());
-    if (count == 0) return 0;
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0 || !writeAll(target.get(), buffer.data(), static_cast<std::size_t>(count))) return errno;
+    const auto count = system::readSome(source->descriptor.get(), buffer);
+    if (!count) return std::unexpected(count.error());
+    if (*count == 0) return {};
+    if (auto written = system::writeAll(target.get(), std::span(buffer).first(*count)); !written) return written;
   }
 }
 
@@ -68,11 +63,12 @@ std::expected<StagedScript, Problem> StagedScript::copyOf(const std::string& pat
     auto folder = makeFolderIn(parent);
     if (!folder) continue;
     StagedScript staged(std::move(*folder));
-    const int error = copyBytes(path, staged.path());
-    if (error == 0) return staged;
-    if (error != ENOSPC && error != EDQUOT) {
-      return std::unexpected(Problem{"The file " + quotedText(path) + " cannot be copied: " + std::strerror(error),
-                                     "Give it a path of plain letters, which needs no copy"});
+    const auto copied = copyBytes(path, staged.path());
+    if (copied) return staged;
+    if (copied.error() != ENOSPC && copied.error() != EDQUOT) {
+      return std::unexpected(
+          Problem{"The file " + quotedText(path) + " cannot be copied: " + std::strerror(copied.error()),
+                  "Give it a path of plain letters, which needs no copy"});
     }
   }
   return std::unexpected(Problem{"No private folder could be made for a copy of " + quotedText(path),

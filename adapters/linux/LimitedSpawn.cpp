@@ -5,13 +5,17 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <span>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 
-#include "adapters/posix/AllSignalsBlocked.h"
 #include "adapters/posix/ChildSpawn.h"
-#include "adapters/posix/Pipe.h"
+#include "base/system/AllSignalsBlocked.h"
+#include "base/system/Pipe.h"
+#include "base/system/ReadWrite.h"
+#include "base/system/Uninterrupted.h"
 
 namespace wicket::linux_adapter {
 namespace {
@@ -55,24 +59,20 @@ bool placeStreams(const std::array<int, 3>& streams) {
     resetSignals();
     ::execve(preparation.launchPath, preparation.arguments, environ);
   }
-  const int error = errno;
-  while (::write(preparation.report, &error, sizeof error) < 0 && errno == EINTR) {
-  }
+  const std::array error{errno};
+  std::ignore = system::writeAll(preparation.report, std::as_bytes(std::span(error)));
   ::_exit(127);
 }
 
 /// The number of the error with which the child could not become the tool; 0 when it did.
 int reportFrom(const Descriptor& end) {
-  int error = 0;
-  ssize_t count = 0;
-  do {
-    count = ::read(end.get(), &error, sizeof error);
-  } while (count < 0 && errno == EINTR);
-  return count == sizeof error ? error : 0;
+  std::array error{0};
+  const auto count = system::readSome(end.get(), std::as_writable_bytes(std::span(error)));
+  return count == sizeof error ? error[0] : 0;
 }
 
 pid_t startChild(const Preparation& preparation) {
-  const posix::AllSignalsBlocked blocked;
+  const system::AllSignalsBlocked blocked;
   const pid_t pid = ::vfork();
   if (pid == 0) becomeTool(preparation);
   return pid;
@@ -83,7 +83,7 @@ pid_t startChild(const Preparation& preparation) {
 std::expected<pid_t, LaunchError> LimitedSpawn::operator()(const std::string& launchPath,
                                                            const std::vector<std::string>& arguments,
                                                            const posix::ChildPipes& pipes) const {
-  auto report = posix::Pipe::make();
+  auto report = system::Pipe::make();
   if (!report) return std::unexpected(LaunchError{report.error()});
   const posix::ArgumentVector vector(launchPath, arguments);
   const pid_t pid = startChild({launchPath.c_str(),
@@ -95,8 +95,7 @@ std::expected<pid_t, LaunchError> LimitedSpawn::operator()(const std::string& la
   report->writeEnd.reset();
   const int error = reportFrom(report->readEnd);
   if (error == 0) return pid;
-  while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  std::ignore = system::uninterrupted([pid] { return ::waitpid(pid, nullptr, 0); });
   return std::unexpected(LaunchError{error});
 }
 

@@ -10,12 +10,12 @@ namespace wicket::posix {
 
 std::expected<ChildPipes, int> ChildPipes::make() {
   ChildPipes pipes;
-  for (Pipe* pipe : {&pipes.input, &pipes.output, &pipes.error, &pipes.ended}) {
-    auto made = Pipe::make();
+  for (system::Pipe* pipe : {&pipes.input, &pipes.output, &pipes.error, &pipes.ended}) {
+    auto made = system::Pipe::make();
     if (!made) return std::unexpected(made.error());
     *pipe = std::move(*made);
   }
-  for (const Pipe* pipe : {&pipes.output, &pipes.error}) {
+  for (const system::Pipe* pipe : {&pipes.output, &pipes.error}) {
     if (::fcntl(pipe->readEnd.get(), F_SETFL, O_NONBLOCK) != 0) return std::unexpected(errno);
   }
   return pipes;

@@ -4,16 +4,16 @@
 
 #include <expected>
 
-#include "adapters/posix/Pipe.h"
+#include "base/system/Pipe.h"
 
 namespace wicket::posix {
 
 /// Everything between one child and this process.
 struct ChildPipes {
-  Pipe input;   ///< standard input; never written
-  Pipe output;  ///< standard output; the read end does not block
-  Pipe error;   ///< standard error; the read end does not block
-  Pipe ended;   ///< gets one byte, from this process, when the child has ended
+  system::Pipe input;   ///< standard input; never written
+  system::Pipe output;  ///< standard output; the read end does not block
+  system::Pipe error;   ///< standard error; the read end does not block
+  system::Pipe ended;   ///< gets one byte, from this process, when the child has ended
 
   /// The error is an errno.
   [[nodiscard]] static std::expected<ChildPipes, int> make();

@@ -15,9 +15,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "adapters/posix/RegularFile.h"
+#include "adapters/posix/FileFailure.h"
 #include "adapters/posix/SystemCalls.h"
 #include "base/system/Descriptor.h"
+#include "base/system/ReadWrite.h"
+#include "base/system/RegularFile.h"
 
 namespace wicket::posix {
 namespace {
@@ -36,7 +38,7 @@ struct NewEntry {
 
 std::expected<NewEntry, FileError> findPlace(const std::string& destination) {
   struct stat existing{};
-  if (::lstat(destination.c_str(), &existing) == 0) return std::unexpected(FileError{EEXIST});
+  if (::lstat(destination.c_str(), &existing) == 0) return failure(EEXIST);
   // An empty path stays ENOENT and never means the current directory.
   if (errno != ENOENT || destination.empty()) return lastError();
   const std::size_t nameEnd = destination.find_last_not_of('/') + 1;
@@ -46,7 +48,7 @@ std::expected<NewEntry, FileError> findPlace(const std::string& destination) {
                  destination.substr(nameStart, nameEnd - nameStart)};
   if (!entry.folder.isOpen()) return lastError();
   // Only a directory may be named with a slash at the end.
-  if (nameEnd != destination.size()) return std::unexpected(FileError{EISDIR});
+  if (nameEnd != destination.size()) return failure(EISDIR);
   return entry;
 }
 
@@ -73,7 +75,7 @@ class TemporaryFile {
     const Place place{place_, name.c_str()};
     const int error = folder_.isOpen() ? renameWithoutReplacing({folder_.get(), fileName}, place)
                                        : giveName(descriptor_.get(), place);
-    if (error != 0) return std::unexpected(FileError{error});
+    if (error != 0) return failure(error);
     renamed_ = true;
     return {};
   }
@@ -100,13 +102,13 @@ class TemporaryFile {
       if (::mkdirat(place_, folderName_.c_str(), S_IRWXU) == 0) return {};
       if (errno != EEXIST) return lastError();
     }
-    return std::unexpected(FileError{EEXIST});
+    return failure(EEXIST);
   }
 
   [[nodiscard]] Result lastErrorWithoutFolder() const {
     const int error = errno;
     ::unlinkat(place_, folderName_.c_str(), AT_REMOVEDIR);
-    return std::unexpected(FileError{error});
+    return failure(error);
   }
 
   static std::string randomName() {
@@ -126,35 +128,26 @@ class TemporaryFile {
   bool renamed_ = false;
 };
 
-Result writeAll(int descriptor, std::span<const std::byte> bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return lastError();
-    bytes = bytes.subspan(static_cast<std::size_t>(written));
-  }
-  return {};
-}
-
 Result copyContent(SourceFile& source, int destination) {
   const auto buffer = std::make_unique<std::array<std::byte, bufferSize>>();
   for (;;) {
     const auto count = source.read(*buffer);
     if (!count) return std::unexpected(count.error());
     if (*count == 0) return {};
-    if (auto written = writeAll(destination, std::span(*buffer).first(*count)); !written) return written;
+    const auto written = system::writeAll(destination, std::span(*buffer).first(*count));
+    if (!written) return failure(written.error());
   }
 }
 
 Result sync(int file) {
-  if (const int error = syncToDisk(file); error != 0) return std::unexpected(FileError{error});
+  if (const int error = syncToDisk(file); error != 0) return failure(error);
   return {};
 }
 
 }  // namespace
 
 FileManager::Result copyFile(SourceFile& source, const std::string& destination) {
-  if (!isRepresentable(destination)) return std::unexpected(FileError{EINVAL});
+  if (!system::isRepresentable(destination)) return failure(EINVAL);
   const auto entry = findPlace(destination);
   if (!entry) return std::unexpected(entry.error());
 

@@ -8,8 +8,9 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <tuple>
-#include <unistd.h>
 #include <utility>
+
+#include "base/system/ReadWrite.h"
 
 namespace wicket::posix {
 namespace {
@@ -46,17 +47,14 @@ void OutputStream::deliverWritten() {
 // Returns the number of bytes read: 0 at the end of the stream, or when there was nothing to read.
 std::size_t OutputStream::read(std::size_t limit) {
   const auto room = chunker_->room();
-  for (;;) {
-    const ssize_t count = ::read(descriptor(), room.data(), std::min(room.size(), limit));
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0 && errno == EAGAIN) return 0;
-    if (count <= 0) {
-      close();
-      return 0;
-    }
-    pass(chunker_->take(static_cast<std::size_t>(count)));
-    return static_cast<std::size_t>(count);
+  const auto count = system::readSome(descriptor(), room.first(std::min(room.size(), limit)));
+  if (!count && count.error() == EAGAIN) return 0;
+  if (!count || *count == 0) {
+    close();
+    return 0;
   }
+  pass(chunker_->take(*count));
+  return *count;
 }
 
 void OutputStream::pass(std::span<const std::byte> chunk) const {

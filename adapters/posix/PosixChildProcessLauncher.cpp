@@ -2,27 +2,30 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/posix/PosixChildProcessLauncher.h"
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <new>
 #include <signal.h>
 #include <system_error>
 #include <thread>
-#include <unistd.h>
+#include <tuple>
 #include <utility>
 
-#include "adapters/posix/AllSignalsBlocked.h"
 #include "adapters/posix/ChildDelivery.h"
 #include "adapters/posix/ChildPipes.h"
 #include "adapters/posix/ChildSpawn.h"
 #include "adapters/posix/RunningChild.h"
+#include "base/system/AllSignalsBlocked.h"
+#include "base/system/ReadWrite.h"
 
 namespace wicket {
 namespace {
 
-using posix::AllSignalsBlocked;
 using posix::ChildDelivery;
 using posix::ChildPipes;
 using posix::RunningChild;
+using system::AllSignalsBlocked;
 
 void deliver(const std::shared_ptr<RunningChild>& child, std::unique_ptr<ChildDelivery> delivery) {
   if (child->waitUntilStarted()) delivery->run(*child);
@@ -34,9 +37,8 @@ void waitForEnd(const std::shared_ptr<RunningChild>& child, const Descriptor&, c
   const auto pid = child->waitUntilStarted();
   if (!pid) return;
   child->reap(*pid);
-  constexpr char notice = 0;
-  while (::write(ended.get(), &notice, sizeof notice) < 0 && errno == EINTR) {
-  }
+  constexpr std::array notice{std::byte{0}};
+  std::ignore = system::writeAll(ended.get(), notice);
 }
 
 /// The two threads of one child. They end by themselves at once if no child is started.

@@ -8,19 +8,23 @@
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <span>
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
 
 #include "adapters/posix/FileCopy.h"
-#include "adapters/posix/RegularFile.h"
+#include "adapters/posix/FileFailure.h"
 #include "adapters/posix/TreeRemoval.h"
+#include "base/system/ReadWrite.h"
+#include "base/system/RegularFile.h"
 
 namespace wicket {
 namespace {
 
-using posix::isRepresentable;
+using posix::failure;
 using posix::lastError;
+using system::isRepresentable;
 
 // More than this is no script that anybody wrote; it must not take all memory.
 constexpr std::size_t longestContent = std::numeric_limits<std::int32_t>::max();
@@ -35,21 +39,21 @@ FileManager::Result changeOwner(const std::string& path, const FileAttributes& a
   return {};
 }
 
-std::expected<std::string, FileError> readAll(const posix::RegularFile& file) {
+std::expected<std::string, FileError> readAll(const system::RegularFile& file) {
   constexpr std::size_t step = std::size_t{64} * 1024;
   const auto expectedSize = static_cast<std::size_t>(file.status.st_size);
-  if (expectedSize > longestContent) return std::unexpected(FileError{EFBIG});
+  if (expectedSize > longestContent) return failure(EFBIG);
   std::string content;
   content.reserve(expectedSize + 1);
   for (std::size_t length = 0;;) {
     // The size is only a hint: files of the system's own making report none.
     content.resize(std::max(length + step, std::min(content.capacity(), longestContent)));
-    const ssize_t count = ::read(file.descriptor.get(), content.data() + length, content.size() - length);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return lastError();
-    length += static_cast<std::size_t>(count);
-    if (length > longestContent) return std::unexpected(FileError{EFBIG});
-    if (count > 0) continue;
+    const auto count =
+        system::readSome(file.descriptor.get(), std::as_writable_bytes(std::span(content)).subspan(length));
+    if (!count) return failure(count.error());
+    length += *count;
+    if (length > longestContent) return failure(EFBIG);
+    if (*count > 0) continue;
     content.resize(length);
     return content;
   }
@@ -63,7 +67,7 @@ bool PosixFileManager::fileExists(const std::string& path) {
 }
 
 FileManager::Result PosixFileManager::createDirectory(const std::string& path, const FileAttributes& attributes) {
-  if (!isRepresentable(path)) return std::unexpected(FileError{EINVAL});
+  if (!isRepresentable(path)) return failure(EINVAL);
   // Never more open than asked for, not even until the mode is set.
   if (::mkdir(path.c_str(), static_cast<mode_t>(attributes.permissions)) != 0) return lastError();
   std::ignore = setAttributes(path, attributes);
@@ -76,7 +80,7 @@ FileManager::Result PosixFileManager::copyItem(SourceFile& source, const std::st
 
 FileManager::Result PosixFileManager::setAttributes(const std::string& path, const FileAttributes& attributes) {
   constexpr unsigned ownerWrite = 0200;
-  if (!isRepresentable(path)) return std::unexpected(FileError{EINVAL});
+  if (!isRepresentable(path)) return failure(EINVAL);
   const bool modeFirst = (attributes.permissions & ownerWrite) != 0;
   if (modeFirst) {
     if (auto result = changeMode(path, attributes.permissions); !result) return result;
@@ -86,7 +90,7 @@ FileManager::Result PosixFileManager::setAttributes(const std::string& path, con
 }
 
 FileManager::Result PosixFileManager::removeItem(const std::string& path) {
-  if (!isRepresentable(path)) return std::unexpected(FileError{EINVAL});
+  if (!isRepresentable(path)) return failure(EINVAL);
   struct stat status{};
   if (::lstat(path.c_str(), &status) != 0) return lastError();
   if (!S_ISDIR(status.st_mode)) return ::unlink(path.c_str()) == 0 ? Result() : lastError();
@@ -98,11 +102,11 @@ FileManager::Result PosixFileManager::removeItem(const std::string& path) {
 
 std::expected<std::string, FileError> PosixFileManager::readFile(const std::string& path) {
   try {
-    const auto file = posix::RegularFile::open(path);
-    if (!file) return std::unexpected(file.error());
+    const auto file = system::RegularFile::open(path);
+    if (!file) return failure(file.error());
     return readAll(*file);
   } catch (const std::bad_alloc&) {
-    return std::unexpected(FileError{ENOMEM});
+    return failure(ENOMEM);
   }
 }
 

@@ -6,11 +6,12 @@
 #include <array>
 #include <cerrno>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
-#include "adapters/posix/RegularFile.h"
+#include "adapters/posix/FileFailure.h"
+#include "base/system/ReadWrite.h"
+#include "base/system/RegularFile.h"
 
 namespace wicket::posix {
 namespace {
@@ -19,11 +20,9 @@ constexpr std::size_t readAtOnce = std::size_t{256} * 1024;
 
 std::expected<std::size_t, FileError> readAt(const Descriptor& file, std::uint64_t offset,
                                              std::span<std::byte> buffer) {
-  for (;;) {
-    const ssize_t count = ::pread(file.get(), buffer.data(), buffer.size(), static_cast<off_t>(offset));
-    if (count >= 0) return static_cast<std::size_t>(count);
-    if (errno != EINTR) return lastError();
-  }
+  const auto count = system::readSomeAt(file.get(), offset, buffer);
+  if (!count) return failure(count.error());
+  return *count;
 }
 
 }  // namespace
@@ -44,15 +43,15 @@ std::expected<std::unique_ptr<PosixSourceFile>, FileError> PosixSourceFile::make
                                                                                  const Content& content) {
   struct stat status{};
   if (::fstat(file.get(), &status) != 0) return lastError();
-  if (const auto regular = requireRegular(status); !regular) return std::unexpected(regular.error());
+  if (const auto regular = system::requireRegular(status); !regular) return failure(regular.error());
   constexpr mode_t permissionBits = 07777;
   return std::unique_ptr<PosixSourceFile>(
       new PosixSourceFile(std::move(file), content, status.st_mode & permissionBits));
 }
 
 std::expected<std::unique_ptr<PosixSourceFile>, FileError> PosixSourceFile::open(const std::string& path) {
-  auto file = RegularFile::open(path);
-  if (!file) return std::unexpected(file.error());
+  auto file = system::RegularFile::open(path);
+  if (!file) return failure(file.error());
   const auto content = Content::of(file->descriptor, Sha256());
   if (!content) return std::unexpected(content.error());
   return make(std::move(file->descriptor), *content);
@@ -70,7 +69,7 @@ std::expected<std::size_t, FileError> PosixSourceFile::read(std::span<std::byte>
     offset_ += *count;
     return count;
   }
-  return *count == 0 && hash_.finish() == content_.digest ? count : std::unexpected(FileError{ESTALE});
+  return *count == 0 && hash_.finish() == content_.digest ? count : failure(ESTALE);
 }
 
 }  // namespace wicket::posix

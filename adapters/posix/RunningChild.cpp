@@ -2,8 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/posix/RunningChild.h"
 
-#include <cerrno>
 #include <sys/wait.h>
+
+#include "base/system/Uninterrupted.h"
 
 namespace wicket::posix {
 namespace {
@@ -13,10 +14,8 @@ constexpr int unknownStatus = 255;
 
 int waitForStatus(pid_t pid) {
   int status = 0;
-  for (;;) {
-    if (::waitpid(pid, &status, 0) == pid) return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
-    if (errno != EINTR) return unknownStatus;
-  }
+  if (system::uninterrupted([&] { return ::waitpid(pid, &status, 0); }) != pid) return unknownStatus;
+  return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 }  // namespace

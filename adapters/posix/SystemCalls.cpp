@@ -27,18 +27,6 @@ bool isUnsupported(int error) { return error == EINVAL || error == ENOSYS || err
 
 #ifdef __APPLE__
 
-int makePipe(std::array<int, 2>& ends) {
-  if (::pipe(ends.data()) != 0) return errno;
-  for (const int end : ends) {
-    if (::fcntl(end, F_SETFD, FD_CLOEXEC) == 0) continue;
-    const int error = errno;
-    ::close(ends[0]);
-    ::close(ends[1]);
-    return error;
-  }
-  return 0;
-}
-
 int closeOtherDescriptors(posix_spawn_file_actions_t&, posix_spawnattr_t& attributes) {
   short flags = 0;
   if (const int error = ::posix_spawnattr_getflags(&attributes, &flags); error != 0) return error;
@@ -64,8 +52,6 @@ int syncToDisk(int file) {
 }
 
 #else
-
-int makePipe(std::array<int, 2>& ends) { return ::pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno; }
 
 int closeOtherDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t&) {
   return ::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);

@@ -2,15 +2,11 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include <array>
 #include <spawn.h>
 
 namespace wicket::posix {
 
 // The calls that POSIX systems spell differently. Each one returns 0 or an errno.
-
-/// A pipe whose two ends are closed in children.
-[[nodiscard]] int makePipe(std::array<int, 2>& ends);
 
 /// Makes a child that is spawned with these settings start with no descriptors but 0, 1 and 2. To
 /// be called after the actions that place those three.

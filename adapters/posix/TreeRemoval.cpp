@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "adapters/posix/RegularFile.h"
+#include "adapters/posix/FileFailure.h"
 #include "base/system/Descriptor.h"
 
 namespace wicket::posix {
@@ -89,7 +89,7 @@ class Walk {
   Result enter(int parent, const std::string& name) {
     struct stat status{};
     if (auto result = open(parent, name, status); !result) return result;
-    if (!levels_.empty() && status.st_dev != levels_.front().device) return std::unexpected(FileError{EXDEV});
+    if (!levels_.empty() && status.st_dev != levels_.front().device) return failure(EXDEV);
     levels_.push_back({name, status.st_dev, status.st_ino});
     return {};
   }
@@ -101,7 +101,7 @@ class Walk {
     if (auto result = open(descriptor(), "..", status); !result) return result;
     // Somebody may have moved the directory meanwhile; what lies above it then is not ours.
     const bool moved = status.st_dev != levels_.back().device || status.st_ino != levels_.back().inode;
-    if (moved) return std::unexpected(FileError{ENOENT});
+    if (moved) return failure(ENOENT);
     if (::unlinkat(descriptor(), name.c_str(), AT_REMOVEDIR) != 0) return lastError();
     return {};
   }

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "base/system/FileReading.h"
+#include "base/system/ReadWrite.h"
 #include "codesign/certificate/CryptoContext.h"
 #include "codesign/certificate/CryptoObject.h"
 
@@ -19,7 +19,7 @@ bool feedFile(EVP_MD_CTX* context, int descriptor, std::uint64_t length) {
   std::vector<std::byte> chunk(std::min<std::uint64_t>(length, hashedAtOnce));
   for (std::uint64_t offset = 0; offset < length; offset += chunk.size()) {
     chunk.resize(std::min<std::uint64_t>(length - offset, hashedAtOnce));
-    if (!readExactly(descriptor, offset, chunk)) return false;
+    if (!system::readExactly(descriptor, offset, chunk)) return false;
     if (EVP_DigestUpdate(context, chunk.data(), chunk.size()) != 1) return false;
   }
   return true;

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/system/FileReading.h"
+#include "base/system/ReadWrite.h"
 
 namespace wicket::codesign {
 
@@ -57,20 +57,14 @@ std::expected<FileReplacement, int> FileReplacement::create(const std::string& p
 }
 
 std::expected<void, int> FileReplacement::append(std::span<const std::byte> bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor(), bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return std::unexpected(errno);
-    bytes = bytes.subspan(static_cast<std::size_t>(count));
-  }
-  return {};
+  return system::writeAll(descriptor(), bytes);
 }
 
 std::expected<void, int> FileReplacement::appendFrom(int source, std::uint64_t length) {
   std::vector<std::byte> chunk(std::min(length, copiedAtOnce));
   for (std::uint64_t offset = 0; offset < length; offset += chunk.size()) {
     chunk.resize(std::min(length - offset, copiedAtOnce));
-    if (!readExactly(source, offset, chunk)) return std::unexpected(EIO);
+    if (!system::readExactly(source, offset, chunk)) return std::unexpected(EIO);
     if (const auto appended = append(chunk); !appended) return appended;
   }
   return {};

@@ -4,7 +4,7 @@
 
 #include <sys/stat.h>
 
-#include "base/system/FileReading.h"
+#include "base/system/ReadWrite.h"
 #include "codesign/signature/SignatureTrailer.h"
 
 namespace wicket::codesign {
@@ -22,7 +22,7 @@ std::expected<std::uint64_t, SigningFailure> lengthOfRegularFile(int descriptor)
 std::expected<SignatureTrailer::Bytes, SigningFailure> trailerBytesBefore(int descriptor, std::uint64_t end) {
   SignatureTrailer::Bytes bytes{};
   if (end < bytes.size()) return bytes;
-  if (!readExactly(descriptor, end - bytes.size(), bytes)) return std::unexpected(SigningFailure::cannotBeRead);
+  if (!system::readExactly(descriptor, end - bytes.size(), bytes)) return std::unexpected(SigningFailure::cannotBeRead);
   return bytes;
 }
 
@@ -45,7 +45,7 @@ std::expected<SignatureBlock, SigningFailure> SignatureBlock::find(int descripto
   if (!before) return std::unexpected(before.error());
   if (SignatureTrailer::isMarked(*before)) return std::unexpected(SigningFailure::severalBlocks);
   block.message.resize(trailer->messageLength);
-  if (!readExactly(descriptor, block.coveredLength, block.message)) {
+  if (!system::readExactly(descriptor, block.coveredLength, block.message)) {
     return std::unexpected(SigningFailure::cannotBeRead);
   }
   return block;

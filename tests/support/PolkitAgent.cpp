@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <fstream>
-#include <sstream>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
+
+#include "base/system/linux/ProcessFiles.h"
 
 namespace wicket::support {
 namespace {
@@ -20,19 +20,6 @@ constexpr char authority[] = "/org/freedesktop/PolicyKit1/Authority";
 constexpr char authorityInterface[] = "org.freedesktop.PolicyKit1.Authority";
 constexpr char agentObject[] = "/org/freedesktop/PolicyKit1/AuthenticationAgent";
 constexpr char agentInterface[] = "org.freedesktop.PolicyKit1.AuthenticationAgent";
-
-/// Field 22 of a line whose second field, in parentheses, is not the concern of these tests.
-std::uint64_t startTimeOf(pid_t process) {
-  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-  std::string line;
-  std::getline(file, line);
-  std::istringstream fields(line.substr(line.rfind(')') + 1));
-  std::string skipped;
-  for (int field = 3; field < 22; ++field) fields >> skipped;
-  std::uint64_t ticks = 0;
-  fields >> ticks;
-  return ticks;
-}
 
 uid_t userOf(pid_t process) {
   struct stat folder{};
@@ -106,7 +93,8 @@ bool PolkitAgent::registerFor(pid_t process) {
          sd_bus_add_object_vtable(bus_, nullptr, agentObject, agentInterface, methods, this) >= 0 &&
          sd_bus_call_method(bus_, service, authority, authorityInterface, "RegisterAuthenticationAgent", nullptr,
                             nullptr, "(sa{sv})ss", "unix-process", 2, "pid", "u", static_cast<std::uint32_t>(process),
-                            "start-time", "t", startTimeOf(process), "C", agentObject) >= 0;
+                            "start-time", "t", linux_adapter::ProcessFiles(process).startTime().value_or(0), "C",
+                            agentObject) >= 0;
 }
 
 void PolkitAgent::serve() {

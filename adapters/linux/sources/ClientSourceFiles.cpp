@@ -12,22 +12,22 @@
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <tuple>
 #include <utility>
 
 #include "adapters/linux/peer/CallingClient.h"
 #include "adapters/linux/sources/ReaderMessages.h"
 #include "adapters/linux/sources/SourceReader.h"
+#include "adapters/posix/FileFailure.h"
 #include "adapters/posix/PosixSourceFile.h"
-#include "adapters/posix/RegularFile.h"
-#include "base/system/linux/Pidfd.h"
-#include "base/system/linux/ProcessFiles.h"
+#include "base/system/RegularFile.h"
+#include "base/system/Uninterrupted.h"
+#include "base/system/linux/PinnedProcess.h"
 
 namespace wicket::linux_adapter {
 namespace {
 
-using Failure = std::unexpected<FileError>;
-
-Failure failure(int number) { return Failure(FileError{number}); }
+using posix::failure;
 
 /// Only root is used to reading everything, and even root may have been denied it.
 bool mayReadAll(uid_t user, std::string_view status) {
@@ -36,26 +36,29 @@ bool mayReadAll(uid_t user, std::string_view status) {
 }
 
 /// The calling client's place, as the kernel describes it now.
-std::expected<ClientPlace, FileError> placeOf(const CallingClient& client) {
-  const Pidfd pidfd = Pidfd::open(client.pid);
-  if (!pidfd.isOpen()) return failure(errno);
-  const ProcessFiles files(client.pid);
+std::expected<ClientPlace, int> placeOf(const CallingClient& client, const ProcessFiles& files) {
   const auto status = files.read("status");
-  if (!status) return failure(errno);
+  if (!status) return std::unexpected(errno);
   const auto group = ProcessFiles::statusNumber(*status, "Gid");
   // Should the client have ended, its number may be another user's by now, whose groups are not the client's.
   constexpr int effective = 1;
-  if (!group || ProcessFiles::statusNumber(*status, "Uid", effective) != client.uid) return failure(ESRCH);
+  if (!group || ProcessFiles::statusNumber(*status, "Uid", effective) != client.uid) {
+    return std::unexpected(ESRCH);
+  }
   ClientPlace place{client.uid,
                     *group,
                     ProcessFiles::statusNumbers(*status, "Groups"),
                     mayReadAll(client.uid, *status),
                     Descriptor(::open(files.path("ns/mnt").c_str(), O_RDONLY | O_CLOEXEC)),
                     Descriptor(::open(files.path("root").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC))};
-  if (!place.mountNamespace.isOpen() || !place.root.isOpen()) return failure(errno);
-  // Alive after /proc was read: so all of that was about this process.
-  if (!pidfd.isAlive()) return failure(ESRCH);
+  if (!place.mountNamespace.isOpen() || !place.root.isOpen()) return std::unexpected(errno);
   return place;
+}
+
+std::expected<ClientPlace, int> placeOf(const CallingClient& client) {
+  const auto process = PinnedProcess::of(client.pid);
+  if (!process) return std::unexpected(process.error());
+  return process->ask([&client](const ProcessFiles& files) { return placeOf(client, files); });
 }
 
 /// A child that is gone when this is.
@@ -66,8 +69,7 @@ class ReaderProcess {
   ReaderProcess& operator=(const ReaderProcess&) = delete;
   ~ReaderProcess() {
     ::kill(pid_, SIGKILL);
-    while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    std::ignore = system::uninterrupted([this] { return ::waitpid(pid_, nullptr, 0); });
   }
 
  private:
@@ -124,10 +126,10 @@ ReaderAnswer::Result readBy(const std::string& executable, const ReaderRequest& 
 std::expected<std::unique_ptr<SourceFile>, FileError> ClientSourceFiles::open(const std::string& path) {
   const auto client = CallingClient::current();
   if (!client) return failure(EPERM);
-  if (!posix::isRepresentable(path)) return failure(EINVAL);
+  if (!system::isRepresentable(path)) return failure(EINVAL);
   if (path.size() >= PATH_MAX) return failure(ENAMETOOLONG);
   auto place = placeOf(*client);
-  if (!place) return std::unexpected(place.error());
+  if (!place) return failure(place.error());
   auto answer = readBy(executable_, {std::move(*place), path}, mostTime_);
   if (!answer) return failure(answer.error());
   return posix::PosixSourceFile::make(std::move(answer->file), answer->content);

@@ -3,9 +3,10 @@
 #include "adapters/linux/sources/DescriptorMessage.h"
 
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
+
+#include "base/system/Uninterrupted.h"
 
 namespace wicket::linux_adapter {
 namespace {
@@ -42,11 +43,7 @@ bool DescriptorMessage::send(int socket, std::span<const std::byte> bytes, std::
     part->cmsg_len = CMSG_LEN(descriptors.size_bytes());
     std::memcpy(CMSG_DATA(part), descriptors.data(), descriptors.size_bytes());
   }
-  ssize_t sent = 0;
-  do {
-    sent = ::sendmsg(socket, &message, MSG_NOSIGNAL);
-  } while (sent < 0 && errno == EINTR);
-  return sent >= 0;
+  return system::uninterrupted([&] { return ::sendmsg(socket, &message, MSG_NOSIGNAL); }) >= 0;
 }
 
 std::optional<DescriptorMessage> DescriptorMessage::receive(int socket, std::size_t mostBytes) {
@@ -58,10 +55,7 @@ std::optional<DescriptorMessage> DescriptorMessage::receive(int socket, std::siz
   message.msg_iovlen = 1;
   message.msg_control = control.data();
   message.msg_controllen = control.size();
-  ssize_t count = 0;
-  do {
-    count = ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count = system::uninterrupted([&] { return ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC); });
   if (count <= 0) return std::nullopt;
   received.descriptors = descriptorsIn(message);
   if ((message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0) return std::nullopt;

@@ -16,8 +16,8 @@
 #include <unistd.h>
 
 #include "adapters/linux/sources/ReaderMessages.h"
-#include "adapters/posix/RegularFile.h"
 #include "adapters/posix/Sha256.h"
+#include "base/system/RegularFile.h"
 #include "helper/platform/SourceFiles.h"
 
 namespace wicket::linux_adapter {
@@ -59,8 +59,8 @@ ReaderAnswer::Result read(const ReaderRequest& request) {
   // Made before this process sees files that the client has chosen.
   posix::Sha256 hash;
   if (const int error = takePlace(request.place); error != 0) return std::unexpected(error);
-  auto file = posix::RegularFile::open(request.path);
-  if (!file) return std::unexpected(file.error().number);
+  auto file = system::RegularFile::open(request.path);
+  if (!file) return std::unexpected(file.error());
   const auto content = posix::Content::of(file->descriptor, std::move(hash));
   if (!content) return std::unexpected(content.error().number);
   return ReaderAnswer{std::move(file->descriptor), *content};

@@ -2,14 +2,15 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "base/system/linux/ProcessFiles.h"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <concepts>
 #include <fcntl.h>
-#include <unistd.h>
+#include <utility>
 
 #include "base/system/Descriptor.h"
+#include "base/system/ReadWrite.h"
 #include "base/system/linux/Shortage.h"
 
 namespace wicket::linux_adapter {
@@ -50,22 +51,15 @@ std::optional<std::string_view> lineOf(std::string_view status, std::string_view
 
 }  // namespace
 
-ProcessFiles::ProcessFiles(pid_t pid) : folder_("/proc/" + std::to_string(pid) + "/") {}
-
 std::string ProcessFiles::path(std::string_view name) const { return folder_ + std::string(name); }
 
 std::optional<std::string> ProcessFiles::read(std::string_view name) const {
   const Descriptor file(::open(path(name).c_str(), O_RDONLY | O_CLOEXEC));
   if (!file.isOpen()) return missing();
-  std::string content;
-  std::array<char, 4096> buffer;
-  for (;;) {
-    const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return missing();
-    if (count == 0) return content;
-    content.append(buffer.data(), static_cast<std::size_t>(count));
-  }
+  auto content = system::readAll(file.get());
+  if (content) return std::move(*content);
+  errno = content.error();
+  return missing();
 }
 
 std::optional<std::uint32_t> ProcessFiles::number(std::string_view name) const {
@@ -84,10 +78,11 @@ std::optional<struct stat> ProcessFiles::target(std::string_view name) const {
 std::optional<std::uint64_t> ProcessFiles::startTime() const {
   const auto content = read("stat");
   if (!content) return std::nullopt;
-  const std::size_t nameEnd = content->rfind(')');
-  if (nameEnd == std::string::npos) return std::nullopt;
-  const auto field = behindFields(std::string_view(*content).substr(nameEnd), 22 - 2, ' ');
-  return field ? leadingNumber<std::uint64_t>(*field) : std::nullopt;
+  const std::string_view line = *content;
+  const auto field = behindFields(line.substr(std::min(line.rfind(')'), line.size())), 22 - 2, ' ');
+  const auto ticks = field ? leadingNumber<std::uint64_t>(*field) : std::nullopt;
+  if (!ticks) errno = EPROTO;
+  return ticks;
 }
 
 std::optional<std::uint32_t> ProcessFiles::statusNumber(std::string_view status, std::string_view key, int index) {

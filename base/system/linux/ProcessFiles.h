@@ -12,11 +12,14 @@
 
 namespace wicket::linux_adapter {
 
-/// What proc(5) tells about the process that has a number while it is asked. Who asks keeps a Pidfd and
-/// looks afterwards whether that process is still alive: then all answers were about it.
+/// What proc(5) tells about the process that has a number while it is asked. Who asks about another process
+/// asks a PinnedProcess, or keeps a Pidfd and looks afterwards whether that process is still alive: then all answers
+/// were about it.
 class ProcessFiles {
  public:
-  explicit ProcessFiles(pid_t pid);
+  explicit ProcessFiles(pid_t pid) : ProcessFiles(std::to_string(pid)) {}
+  /// Those of the process that asks, whatever its number is where /proc was mounted.
+  [[nodiscard]] static ProcessFiles ofThisProcess() { return ProcessFiles("self"); }
 
   /// "/proc/PID/NAME".
   [[nodiscard]] std::string path(std::string_view name) const;
@@ -26,7 +29,7 @@ class ProcessFiles {
   [[nodiscard]] std::optional<std::uint32_t> number(std::string_view name) const;
   /// What a link such as "exe" leads to.
   [[nodiscard]] std::optional<struct stat> target(std::string_view name) const;
-  /// Clock ticks since boot, field 22 of "stat". None as with read().
+  /// Clock ticks since boot, field 22 of "stat". None as with read(), and EPROTO when it is not there.
   [[nodiscard]] std::optional<std::uint64_t> startTime() const;
 
   /// The number at position @p index, from 0, in the line of @p key in the content of "status".
@@ -38,7 +41,9 @@ class ProcessFiles {
   [[nodiscard]] static std::optional<std::uint64_t> statusMask(std::string_view status, std::string_view key);
 
  private:
-  const std::string folder_;
+  explicit ProcessFiles(const std::string& name) : folder_("/proc/" + name + "/") {}
+
+  std::string folder_;
 };
 
 }  // namespace wicket::linux_adapter

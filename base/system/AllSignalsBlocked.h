@@ -4,7 +4,7 @@
 
 #include <signal.h>
 
-namespace wicket::posix {
+namespace wicket::system {
 
 /// Blocks every signal for the current thread as long as it lives. Threads that are made meanwhile keep it so: the
 /// program's signals are for its own threads. And no handler runs in a child that still shares this process's memory.
@@ -23,4 +23,4 @@ class AllSignalsBlocked {
   sigset_t before_{};
 };
 
-}  // namespace wicket::posix
+}  // namespace wicket::system

@@ -7,26 +7,23 @@
 #include <sys/stat.h>
 
 #include "base/system/Descriptor.h"
-#include "helper/platform/FileManager.h"
 
-namespace wicket::posix {
+namespace wicket::system {
 
 /// A regular file that was opened for reading.
 struct RegularFile {
   Descriptor descriptor;
   struct stat status;
 
-  /// Follows links, and takes what requireRegular() does; no FIFO is waited for and no device touched.
-  [[nodiscard]] static std::expected<RegularFile, FileError> open(const std::string& path);
+  /// Follows links, and takes what requireRegular() does; no FIFO is waited for and no device touched. The error is an
+  /// errno.
+  [[nodiscard]] static std::expected<RegularFile, int> open(const std::string& path);
 };
 
 /// EISDIR for a directory, EINVAL for anything else that is no regular file.
-[[nodiscard]] std::expected<void, FileError> requireRegular(const struct stat& status);
+[[nodiscard]] std::expected<void, int> requireRegular(const struct stat& status);
 
 /// Whether the system can take @p path as written: an embedded NUL would silently shorten it.
 [[nodiscard]] bool isRepresentable(const std::string& path);
 
-/// The current errno as a result.
-[[nodiscard]] std::unexpected<FileError> lastError();
-
-}  // namespace wicket::posix
+}  // namespace wicket::system

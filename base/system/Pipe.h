@@ -6,7 +6,7 @@
 
 #include "base/system/Descriptor.h"
 
-namespace wicket::posix {
+namespace wicket::system {
 
 /// A pipe that children do not inherit. Neither end is descriptor 0, 1 or 2, even in a process that
 /// started with those closed: nothing that this process prints must end up in a child, and a child's
@@ -19,4 +19,4 @@ struct Pipe {
   [[nodiscard]] static std::expected<Pipe, int> make();
 };
 
-}  // namespace wicket::posix
+}  // namespace wicket::system

@@ -1,18 +1,32 @@
 // SPDX-License-Identifier: MIT
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
-#include "adapters/posix/Pipe.h"
+#include "base/system/Pipe.h"
 
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "adapters/posix/SystemCalls.h"
-
-namespace wicket::posix {
+namespace wicket::system {
 namespace {
 
-// 0 or an errno.
+// 0 or an errno, as below.
+#ifdef __APPLE__
+int makePipe(std::array<int, 2>& ends) {
+  if (::pipe(ends.data()) != 0) return errno;
+  for (const int end : ends) {
+    if (::fcntl(end, F_SETFD, FD_CLOEXEC) == 0) continue;
+    const int error = errno;
+    ::close(ends[0]);
+    ::close(ends[1]);
+    return error;
+  }
+  return 0;
+}
+#else
+int makePipe(std::array<int, 2>& ends) { return ::pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno; }
+#endif
+
 int moveAboveStandardStreams(Descriptor& descriptor) {
   if (descriptor.get() > STDERR_FILENO) return 0;
   const int moved = ::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -33,4 +47,4 @@ std::expected<Pipe, int> Pipe::make() {
   return pipe;
 }
 
-}  // namespace wicket::posix
+}  // namespace wicket::system
