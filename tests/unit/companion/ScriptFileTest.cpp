@@ -90,6 +90,26 @@ TEST_F(ScriptFileTest, WhatIsNoRegularFileIsRefusedWithoutWaitingForIt) {
   EXPECT_FALSE(ScriptFile::inspect("/dev/null"));
 }
 
+TEST_F(ScriptFileTest, WhatIsNoRegularFileIsCalledWhatItIs) {
+  const auto causeOf = [](const std::string& path) { return ScriptFile::inspect(path).error().cause; };
+  ASSERT_EQ(::mkfifo((folder_ + "/pipe").c_str(), 0), 0);
+  ASSERT_EQ(::mknod((folder_ + "/socket").c_str(), S_IFSOCK | 0600, 0), 0);
+  EXPECT_EQ(causeOf(folder_), "\"" + folder_ + "\" is a folder");
+  EXPECT_EQ(causeOf(folder_ + "/pipe"), "\"" + folder_ + "/pipe\" is not a regular file");
+  EXPECT_EQ(causeOf(folder_ + "/socket"), "\"" + folder_ + "/socket\" is not a regular file");
+  EXPECT_EQ(causeOf("/dev/null"), "\"/dev/null\" is not a regular file");
+  EXPECT_EQ(causeOf(folder_ + "/missing"),
+            "The file \"" + folder_ + "/missing\" cannot be read: No such file or directory");
+}
+
+TEST_F(ScriptFileTest, WhatHasBecomeNoRegularFileIsNotCopied) {
+  ASSERT_EQ(::mkfifo((folder_ + "/pipe").c_str(), 0600), 0);
+  const auto staged = StagedScript::copyOf(folder_ + "/pipe", {folder_});
+  ASSERT_FALSE(staged);
+  EXPECT_EQ(staged.error().cause, "The file \"" + folder_ + "/pipe\" cannot be copied: Invalid argument");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_), {}), 1);
+}
+
 TEST_F(ScriptFileTest, TheStagedCopyHasTheBytesIsPrivateAndGoesAway) {
   const std::string source = fileOf("#!/bin/sh\necho\n", "a,b #1.sh");
   EXPECT_TRUE(StagedScript::isNeededFor(source));

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <expected>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include <thread>
 #include <tuple>
 #include <unistd.h>
+#include <vector>
 
 #include "base/system/Descriptor.h"
 #include "base/system/Pipe.h"
@@ -166,6 +168,15 @@ TEST_F(ReadWriteTest, MoreThanAPipeHoldsIsWrittenWhole) {
   });
   EXPECT_EQ(readAll(pipe->readEnd.get()), content);
   writer.join();
+}
+
+TEST_F(ReadWriteTest, WhatIsWrittenOnlyInPartIsAnError) {
+  const auto pipe = Pipe::make();
+  ASSERT_TRUE(pipe);
+  ASSERT_EQ(::fcntl(pipe->writeEnd.get(), F_SETFL, O_NONBLOCK), 0);
+  const std::vector<std::byte> moreThanItHolds(1'000'000);
+  EXPECT_EQ(writeAll(pipe->writeEnd.get(), moreThanItHolds), (std::expected<void, int>(std::unexpected(EAGAIN))));
+  EXPECT_EQ(readSome(pipe->readEnd.get(), buffer_), buffer_.size());
 }
 
 TEST_F(ReadWriteTest, WhatCannotBeWrittenIsAnErrorAndNothingNeverIs) {
