@@ -111,10 +111,11 @@ TEST_F(AuthorizationTest, WithoutPolkitNothingCanBeObtained) {
 
 TEST_F(AuthorizationTest, AHundredThousandRefusedInstallationsLeaveTheHelperAsItWas) {
   const auto token = support::tokenOfProcess(::getpid());
+  // A connection lives no longer than 45 seconds, however slow the machine is.
   const auto refuse = [&](int count) {
-    const auto client = connect();
-    client->setLogSink([](std::string_view) {});
     for (int done = 0; done < count; done += 500) {
+      const auto client = connect();
+      client->setLogSink([](std::string_view) {});
       std::vector<BusClient::Serial> calls;
       for (int i = 0; i < 500; ++i) calls.push_back(client->startInstall(scriptPaths, token));
       for (const auto call : calls) ASSERT_EQ(client->awaitCode(call), 156);
@@ -134,8 +135,11 @@ TEST_F(AuthorizationTest, AThousandInstallationsThatAreDeniedLeaveTheHelperAsItW
   startPolkit("no");
   const auto token = userToken();
   const auto refuse = [&](int count) {
-    const auto client = connect();
-    for (int i = 0; i < count; ++i) ASSERT_EQ(client->awaitCode(client->startInstall(scriptPaths, token)), 156);
+    for (int i = 0; i < count; ++i) {
+      // A connection lives no longer than 45 seconds, however slow the machine is.
+      const auto client = connect();
+      ASSERT_EQ(client->awaitCode(client->startInstall(scriptPaths, token)), 156);
+    }
   };
   refuse(50);
   const std::size_t descriptors = ProcessInspection::descriptorCount(helperPid());
