@@ -4,7 +4,7 @@
 
 #include <expected>
 
-#include "codesign/certificate/CryptoObject.h"
+#include "codesign/certificate/CryptoContext.h"
 #include "codesign/certificate/SigningFailure.h"
 
 namespace wicket::codesign {

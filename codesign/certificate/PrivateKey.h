@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "codesign/certificate/CryptoObject.h"
+#include "codesign/certificate/CryptoContext.h"
 
 namespace wicket::codesign {
 

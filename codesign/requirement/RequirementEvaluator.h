@@ -5,7 +5,7 @@
 #include <set>
 #include <string_view>
 
-#include "codesign/certificate/CertificateChain.h"
+#include "codesign/certificate/Certificate.h"
 #include "codesign/plist/PropertyValue.h"
 #include "codesign/requirement/RequirementExpression.h"
 

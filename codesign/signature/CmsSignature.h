@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "codesign/certificate/Certificate.h"
-#include "codesign/certificate/CertificateChain.h"
 #include "codesign/certificate/SigningFailure.h"
 #include "codesign/certificate/SigningIdentity.h"
 

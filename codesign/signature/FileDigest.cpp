@@ -7,7 +7,6 @@
 
 #include "base/system/ReadWrite.h"
 #include "codesign/certificate/CryptoContext.h"
-#include "codesign/certificate/CryptoObject.h"
 
 namespace wicket::codesign {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <expected>
 
-#include "codesign/certificate/CertificateChain.h"
+#include "codesign/certificate/Certificate.h"
 #include "codesign/certificate/SigningFailure.h"
 #include "codesign/signature/CodeDirectory.h"
 

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "codesign/certificate/Certificate.h"
-#include "codesign/certificate/CertificateChain.h"
 #include "codesign/certificate/ObjectIdentifier.h"
 #include "tests/support/TestCertificates.h"
 
