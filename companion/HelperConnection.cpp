@@ -10,9 +10,10 @@
 #include <sys/un.h>
 
 #include "base/system/Descriptor.h"
-#include "companion/HelperConnectionBus.h"
+#include "companion/connection/HelperBus.h"
 #include "companion/hardening/GroupPrivilege.h"
 #include "protocol/HelperProtocol.h"
+#include "wire/UserLimits.h"
 
 namespace wicket::companion {
 
@@ -83,12 +84,62 @@ bool append(sd_bus_message* message, std::span<const std::byte> data) {
   return sd_bus_message_append_array(message, 'y', data.data(), data.size()) >= 0;
 }
 
-template <typename Reply>
-std::expected<ReplyCode, CallError> codeOf(const Reply& reply) {
-  if (!reply) return std::unexpected(reply.error());
+bool append(sd_bus_message* message, bool value) {
+  const std::uint8_t byte = value ? 1 : 0;
+  return sd_bus_message_append_basic(message, 'y', &byte) >= 0;
+}
+
+template <typename... Arguments>
+std::expected<HelperBus::Message, CallError> requestFor(HelperBus& bus, const Selector& selector,
+                                                        const Arguments&... arguments) {
+  auto message = bus.request(selector);
+  if (!message) return std::unexpected(CallError::connectionCut);
+  if (!(append(message.get(), arguments) && ...)) return std::unexpected(CallError::invalidArgument);
+  return message;
+}
+
+CallError callError(int systemError) {
+  switch (systemError) {
+    case ECONNRESET:
+      return CallError::connectionCut;
+    case ETIMEDOUT:
+      return CallError::timedOut;
+    case ECANCELED:
+      return CallError::interrupted;
+    default:
+      return CallError::rejected;
+  }
+}
+
+std::optional<CallError> errorIn(sd_bus_message* reply) {
+  if (sd_bus_message_is_method_error(reply, nullptr) == 0) return std::nullopt;
+  const auto is = [reply](const char* name) { return sd_bus_message_is_method_error(reply, name) > 0; };
+  if (is(wire::openConnections.error)) return CallError::tooManyConnections;
+  if (is(wire::openQuestions.error)) return CallError::tooManyQuestions;
+  if (is(wire::runningScripts.error)) return CallError::tooManyScripts;
+  return CallError::rejected;
+}
+
+std::expected<HelperBus::Reply, CallError> answerIn(std::expected<HelperBus::Reply, int> reply) {
+  if (!reply) return std::unexpected(callError(reply.error()));
+  if (const auto error = errorIn(reply->message.get())) return std::unexpected(*error);
+  return *std::move(reply);
+}
+
+/// Sends the request and reads the code and the run's name in the answer.
+std::expected<RunReply, CallError> reportOf(HelperBus& bus, std::expected<HelperBus::Message, CallError> request) {
+  if (!request) return std::unexpected(request.error());
+  const auto answer = answerIn(bus.call(*std::move(request)));
+  if (!answer) return std::unexpected(answer.error());
   std::int64_t code = 0;
-  if (sd_bus_message_read_basic(reply->message.get(), 'x', &code) < 0) return std::unexpected(CallError::rejected);
-  return code;
+  if (sd_bus_message_read_basic(answer->message.get(), 'x', &code) < 0) return std::unexpected(CallError::rejected);
+  return RunReply{code, answer->serial};
+}
+
+std::expected<ReplyCode, CallError> codeOf(HelperBus& bus, std::expected<HelperBus::Message, CallError> request) {
+  const auto report = reportOf(bus, std::move(request));
+  if (!report) return std::unexpected(report.error());
+  return report->code;
 }
 
 }  // namespace
@@ -97,12 +148,12 @@ std::expected<HelperConnection, ConnectionError> HelperConnection::connect(const
   auto socket = connectedSocket(options);
   if (options.privilege != nullptr) options.privilege->giveUp();
   if (!socket) return std::unexpected(socket.error());
-  auto bus = Bus::over(std::move(*socket), options);
-  if (!bus) return std::unexpected(bus.error());
+  auto bus = HelperBus::over(std::move(*socket), options.cancelDescriptor, options.timeLimit);
+  if (!bus) return std::unexpected(ConnectionError{ConnectionFailure::failed, bus.error()});
   return HelperConnection(std::move(*bus));
 }
 
-HelperConnection::HelperConnection(std::unique_ptr<Bus> bus) : bus_(std::move(bus)) {}
+HelperConnection::HelperConnection(std::unique_ptr<HelperBus> bus) : bus_(std::move(bus)) {}
 HelperConnection::HelperConnection(HelperConnection&&) noexcept = default;
 HelperConnection& HelperConnection::operator=(HelperConnection&&) noexcept = default;
 HelperConnection::~HelperConnection() = default;
@@ -110,62 +161,45 @@ HelperConnection::~HelperConnection() = default;
 void HelperConnection::onLogLine(LogLineHandler handler) { bus_->setLogLineHandler(std::move(handler)); }
 
 std::expected<std::string, CallError> HelperConnection::getVersion() {
-  auto request = bus_->request(helper_protocol::getVersion);
-  if (!request) return std::unexpected(CallError::connectionCut);
-  const auto reply = bus_->callWithTimeLimit(std::move(request));
-  if (!reply) return std::unexpected(reply.error());
+  auto request = requestFor(*bus_, helper_protocol::getVersion);
+  if (!request) return std::unexpected(request.error());
+  const auto answer = answerIn(bus_->callWithTimeLimit(*std::move(request)));
+  if (!answer) return std::unexpected(answer.error());
   const char* version = nullptr;
-  if (sd_bus_message_read_basic(reply->message.get(), 's', &version) < 0) return std::unexpected(CallError::rejected);
+  if (sd_bus_message_read_basic(answer->message.get(), 's', &version) < 0) return std::unexpected(CallError::rejected);
   return version;
 }
 
 std::expected<RunReply, CallError> HelperConnection::runCommand(const std::string& filename,
                                                                 const std::vector<std::string>& arguments) {
-  auto request = bus_->request(helper_protocol::runCommand);
-  if (!request) return std::unexpected(CallError::connectionCut);
-  if (!append(request.get(), filename) || !append(request.get(), arguments)) {
-    return std::unexpected(CallError::invalidArgument);
-  }
-  const auto reply = bus_->call(std::move(request));
-  const auto code = codeOf(reply);
-  if (!code) return std::unexpected(code.error());
-  return RunReply{*code, reply->serial};
+  return reportOf(*bus_, requestFor(*bus_, helper_protocol::runCommand, filename, arguments));
 }
 
 std::expected<ReplyCode, CallError> HelperConnection::waitForExit(const RunReply& run) {
-  return bus_->laterReport(run.serial);
+  const auto status = bus_->laterReport(run.serial);
+  if (!status) return std::unexpected(callError(status.error()));
+  return *status;
 }
 
 std::expected<ReplyCode, CallError> HelperConnection::installScript(const std::string& path,
                                                                     std::span<const std::byte> authData) {
-  auto request = bus_->request(helper_protocol::installScript);
-  if (!request) return std::unexpected(CallError::connectionCut);
-  if (!append(request.get(), path) || !append(request.get(), authData)) {
-    return std::unexpected(CallError::invalidArgument);
-  }
-  return codeOf(bus_->call(std::move(request)));
+  return codeOf(*bus_, requestFor(*bus_, helper_protocol::installScript, path, authData));
 }
 
 std::expected<void, CallError> HelperConnection::uninstall(bool all) {
-  auto request = bus_->request(helper_protocol::uninstall);
-  if (!request) return std::unexpected(CallError::connectionCut);
-  const std::uint8_t flag = all ? 1 : 0;
-  if (sd_bus_message_append_basic(request.get(), 'y', &flag) < 0) return std::unexpected(CallError::invalidArgument);
-  return bus_->sendOneWay(std::move(request));
+  auto request = requestFor(*bus_, helper_protocol::uninstall, all);
+  if (!request) return std::unexpected(request.error());
+  const auto sent = bus_->sendOneWay(*std::move(request));
+  if (!sent) return std::unexpected(callError(sent.error()));
+  return {};
 }
 
 std::expected<ReplyCode, CallError> HelperConnection::uninstallScriptAt(const std::string& path) {
-  auto request = bus_->request(helper_protocol::uninstallScriptAt);
-  if (!request) return std::unexpected(CallError::connectionCut);
-  if (!append(request.get(), path)) return std::unexpected(CallError::invalidArgument);
-  return codeOf(bus_->call(std::move(request)));
+  return codeOf(*bus_, requestFor(*bus_, helper_protocol::uninstallScriptAt, path));
 }
 
 std::expected<ReplyCode, CallError> HelperConnection::uninstallScriptWithFilename(const std::string& filename) {
-  auto request = bus_->request(helper_protocol::uninstallScriptWithFilename);
-  if (!request) return std::unexpected(CallError::connectionCut);
-  if (!append(request.get(), filename)) return std::unexpected(CallError::invalidArgument);
-  return codeOf(bus_->call(std::move(request)));
+  return codeOf(*bus_, requestFor(*bus_, helper_protocol::uninstallScriptWithFilename, filename));
 }
 
 }  // namespace wicket::companion

@@ -2,7 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <expected>
 #include <functional>
 #include <memory>
@@ -11,13 +13,63 @@
 #include <string_view>
 #include <vector>
 
-#include "companion/CallError.h"
-#include "companion/ConnectOptions.h"
-#include "companion/ConnectionError.h"
-#include "companion/RunReply.h"
 #include "protocol/ReplyCode.h"
+#include "wire/BusNames.h"
 
 namespace wicket::companion {
+
+class GroupPrivilege;
+class HelperBus;
+
+/// Only code can change these. No environment variable and no option of the command leads to another
+/// socket: the command's caller may be hostile, and would be given a connection made with the group's rights.
+struct ConnectOptions {
+  std::string socketPath = wire::socketPath;
+  /// Calls end with CallError::interrupted as soon as this descriptor can be read; it is only watched and
+  /// must stay open as long as the connection. -1 for none.
+  int cancelDescriptor = -1;
+  /// What lets this process in: in effect for the call that connects, and given up for good when it returns,
+  /// connected or not. Null for a process that connects as it is. Must outlive the call.
+  GroupPrivilege* privilege = nullptr;
+  /// For what needs nobody's decision: to connect, and for the version. A machine that is busy starts the helper
+  /// late. What is asked of a user, and a run, take as long as they take.
+  std::chrono::milliseconds timeLimit = std::chrono::seconds(30);
+};
+
+enum class ConnectionFailure {
+  notInstalled,  ///< there is no socket
+  notPermitted,  ///< the socket's mode keeps this process out
+  notListening,  ///< the socket is a leftover: nobody listens
+  timedOut,      ///< nobody took the connection within the time limit
+  failed,        ///< anything else
+};
+
+struct ConnectionError {
+  ConnectionFailure failure;
+  int systemError;  ///< errno
+};
+
+enum class CallError {
+  connectionCut,    ///< the helper ended the connection, or refused it, before it answered
+  rejected,         ///< the helper answered with an error of the transport
+  invalidArgument,  ///< a text that cannot travel: not UTF-8, or with U+0000
+  timedOut,         ///< the helper did not answer within the time limit
+  interrupted,      ///< the caller's cancel descriptor became readable
+  /// @name This user has as much as the helper lets one user have, see wire/UserLimits.h; nothing was done
+  /// @{
+  tooManyConnections,
+  tooManyQuestions,
+  tooManyScripts,
+  /// @}
+};
+
+/// The first report of a run. The exit status of a started script follows in a later one.
+struct RunReply {
+  ReplyCode code;
+  std::uint32_t serial;  ///< names the run in HelperConnection::waitForExit()
+
+  [[nodiscard]] bool isStarted() const { return code == reply_code::success; }
+};
 
 /// One connection to the helper, from a companion's side.
 ///
@@ -63,11 +115,9 @@ class HelperConnection {
   [[nodiscard]] std::expected<ReplyCode, CallError> uninstallScriptWithFilename(const std::string& filename);
 
  private:
-  class Bus;
+  explicit HelperConnection(std::unique_ptr<HelperBus> bus);
 
-  explicit HelperConnection(std::unique_ptr<Bus> bus);
-
-  std::unique_ptr<Bus> bus_;
+  std::unique_ptr<HelperBus> bus_;
 };
 
 }  // namespace wicket::companion

@@ -7,8 +7,7 @@
 #include <string_view>
 
 #include "base/text/Problem.h"
-#include "companion/CallError.h"
-#include "companion/ConnectionError.h"
+#include "companion/HelperConnection.h"
 #include "companion/PolkitTextAgent.h"
 
 namespace wicket::companion::command {
