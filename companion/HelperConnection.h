@@ -73,10 +73,10 @@ struct RunReply {
 
 /// One connection to the helper, from a companion's side.
 ///
-/// Connecting starts the helper where it is not running. The helper cuts every connection 45 seconds after
-/// it accepted it, whatever is in progress; a script that runs then keeps running. Every operation blocks
-/// until the answer is there, without a time limit, and delivers log lines while it waits. A helper that
-/// refuses this process cuts the connection, which shows in the first operation.
+/// Connecting starts the helper where it is not running. The helper cuts every connection after
+/// helper_protocol::connectionLifetime, whatever is in progress; a script that runs then keeps running. Every operation
+/// blocks until the answer is there, without a time limit, and delivers log lines while it waits. A helper that refuses
+/// this process cuts the connection, which shows in the first operation.
 ///
 /// To be used by one thread at a time.
 class HelperConnection {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -42,6 +43,9 @@ class HelperProtocol {
 };
 
 namespace helper_protocol {
+
+/// The helper cuts every connection so long after it accepted it, whatever is in progress.
+inline constexpr std::chrono::seconds connectionLifetime{45};
 
 namespace detail {
 inline constexpr std::array string{ArgumentType::string};

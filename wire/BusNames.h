@@ -2,17 +2,30 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include "protocol/Identifier.h"
 #include "protocol/Selector.h"
 
 namespace wicket::wire {
 
+namespace detail {
+consteval auto socketPath() {
+  constexpr std::string_view folder = "/run/";
+  std::array<char, folder.size() + sizeof Identifier::privilegedHelper> path{};
+  std::ranges::copy(Identifier::privilegedHelper, std::ranges::copy(folder, path.begin()).out);
+  return path;
+}
+inline constexpr auto socketPathText = socketPath();
+}  // namespace detail
+
 /// The Unix stream socket on which systemd listens for the helper.
-inline constexpr char socketPath[] = "/run/net.orvane.Wicket.TlvPrivilegedHelper";
+inline constexpr const char* socketPath = detail::socketPathText.data();
 /// Both sides export their one object here, each on its own end of the peer-to-peer connection.
 inline constexpr char objectPath[] = "/net/orvane/Wicket";
 inline constexpr char helperInterface[] = "net.orvane.Wicket.HelperProtocol";

@@ -17,6 +17,7 @@
 #include "adapters/linux/peer/CompanionGroup.h"
 #include "adapters/linux/sources/SourceReader.h"
 #include "codesign/plist/PropertyListLibrary.h"
+#include "protocol/Identifier.h"
 #include "resources/BuildValues.h"
 #include "resources/TrustedAnchor.h"
 
@@ -24,7 +25,7 @@ namespace wicket {
 namespace linux_adapter {
 namespace {
 
-void say(const std::string& line) { std::cerr << "net.orvane.Wicket.TlvPrivilegedHelper: " + line + "\n"; }
+void say(const std::string& line) { std::cerr << std::string(Identifier::privilegedHelper) + ": " + line + "\n"; }
 
 [[noreturn]] void endBecause(const std::string& reason) {
   say(reason);

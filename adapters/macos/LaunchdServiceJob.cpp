@@ -2,12 +2,13 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/macos/LaunchdServiceJob.h"
 
+#include "protocol/HelperPath.h"
+
 namespace wicket::macos_adapter {
 
 /// launchd ends the helper but not the shell that runs this line: the shell leads a process group of its own.
 std::string LaunchdServiceJob::removalCommandLine() {
-  const std::string job = "net.orvane.Wicket.TlvPrivilegedHelper";
-  return "launchctl remove " + job + " && rm -Rf /Library/PrivilegedHelperTools/" + job;
+  return std::string("launchctl remove ") + Identifier::privilegedHelper + " && rm -Rf " + HelperPath::privilegedTool();
 }
 
 }  // namespace wicket::macos_adapter

@@ -9,6 +9,7 @@
 #include "base/text/DisplayText.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
+#include "protocol/HelperProtocol.h"
 
 namespace wicket::companion::command {
 
@@ -64,8 +65,9 @@ class Grammar {
     run_->add_option("NAME", name_, "The script's name, as wicket list shows it")->required()->type_name("");
     run_->add_flag("--no-wait", noWait_, "Return as soon as the script has started");
     run_->footer(
-        "Ends with the script's own exit status (the signal's number if a signal ended it), or with\n"
-        "  124  the connection was cut, after 45 seconds at the latest; the script keeps running\n"
+        std::string("Ends with the script's own exit status (the signal's number if a signal ended it), or with\n") +
+        "  124  the connection was cut, after " + std::to_string(helper_protocol::connectionLifetime.count()) +
+        " seconds at the latest; the script keeps running\n"
         "  125  the helper failed or could not be reached\n"
         "  126  the script's tool could not be started\n"
         "  127  no such script is installed\n"

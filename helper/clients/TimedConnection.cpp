@@ -3,16 +3,9 @@
 
 #include "helper/clients/TimedConnection.h"
 
-#include <chrono>
 #include <utility>
 
 namespace wicket {
-namespace {
-
-constexpr std::chrono::seconds connectionLifetime{45};
-
-}  // namespace
-
 TimedConnection::TimedConnection(MainQueue& mainQueue, std::shared_ptr<Connection> connection, double interval,
                                  FiredCount firedCount)
     : mainQueue_(mainQueue),
@@ -32,7 +25,7 @@ void TimedConnection::install() {
 
 void TimedConnection::installLocked() {
   if (timer_ != nullptr) return;
-  timer_ = mainQueue_.schedule(connectionLifetime,
+  timer_ = mainQueue_.schedule(helper_protocol::connectionLifetime,
                                [entry = shared_from_this(), arming = ++arming_] { entry->fire(arming); });
 }
 

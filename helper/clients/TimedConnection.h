@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -10,6 +11,7 @@
 
 #include "helper/platform/Connection.h"
 #include "helper/platform/MainQueue.h"
+#include "protocol/HelperProtocol.h"
 
 namespace wicket {
 
@@ -21,17 +23,20 @@ class TimedConnection : public std::enable_shared_from_this<TimedConnection> {
   /// How many timers have fired that nobody has taken notice of yet.
   using FiredCount = std::shared_ptr<std::atomic<std::size_t>>;
 
+  /// In seconds, as everybody gives it.
+  static constexpr double usualInterval = std::chrono::duration<double>(helper_protocol::connectionLifetime).count();
+
   TimedConnection(MainQueue& mainQueue, std::shared_ptr<Connection> connection, double interval,
                   FiredCount firedCount = std::make_shared<std::atomic<std::size_t>>(0));
 
   [[nodiscard]] const std::shared_ptr<Connection>& connection() const { return connection_; }
-  /// Seconds, as given; arming always takes 45 seconds.
+  /// Seconds, as given; arming always takes the connection's lifetime.
   [[nodiscard]] double interval() const { return interval_; }
   /// Present while the countdown runs: null before arming and once it has fired.
   [[nodiscard]] std::shared_ptr<Timer> timer() const;
   [[nodiscard]] bool isArmed() const { return timer() != nullptr; }
 
-  /// Arms the timer for 45 seconds from now; without effect while it is armed.
+  /// Arms the timer for a connection's lifetime from now; without effect while it is armed.
   void install();
   /// Starts a fresh countdown. False, and nothing happens, when none is running.
   bool resetInvalidation();

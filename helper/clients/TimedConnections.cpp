@@ -6,12 +6,6 @@
 #include <algorithm>
 
 namespace wicket {
-namespace {
-
-/// Seconds given to every entry, whatever the registry's own interval says.
-constexpr double entryInterval = 45.0;
-
-}  // namespace
 
 TimedConnections::TimedConnections(MainQueue& mainQueue, double interval)
     : mainQueue_(mainQueue), interval_(interval) {}
@@ -46,7 +40,8 @@ void TimedConnections::add(const std::shared_ptr<Connection>& connection) {
     (*known)->resetInvalidation();
     return;
   }
-  auto entry = std::make_shared<TimedConnection>(mainQueue_, connection, entryInterval, firedCount_);
+  // Whatever the registry's own interval says.
+  auto entry = std::make_shared<TimedConnection>(mainQueue_, connection, TimedConnection::usualInterval, firedCount_);
   entry->install();
   connections_.push_back(std::move(entry));
 }

@@ -22,7 +22,7 @@ class TimedConnections {
   [[nodiscard]] std::shared_ptr<TimedConnection> first() const;
   [[nodiscard]] std::shared_ptr<TimedConnection> last() const;
   [[nodiscard]] bool isEmpty() const;
-  /// Seconds, as given; every entry gets 45 seconds of its own.
+  /// Seconds, as given; every entry gets TimedConnection::usualInterval.
   [[nodiscard]] double interval() const { return interval_; }
   /// The connection of this user's newest entry, to which text meant for that user goes; null when there is none.
   [[nodiscard]] std::shared_ptr<Connection> newestConnectionOf(UserIdentifier user) const;

@@ -13,14 +13,14 @@
 namespace wicket {
 namespace {
 
-constexpr double connectionInterval = 45.0;
+/// Of the main loop, which looks between two passes whether anybody is left.
 constexpr std::chrono::seconds passDuration{45};
 
 }  // namespace
 
 PrivilegedHelper::PrivilegedHelper(Platform& platform)
     : platform_(platform),
-      connections_(platform.mainQueue(), connectionInterval),
+      connections_(platform.mainQueue(), TimedConnection::usualInterval),
       listener_(platform.makeListener(Identifier::privilegedHelper)) {
   listener_->setDelegate(*this);
   LogUtil::log(platform_.unifiedLog(), "TlvPrivilegedHelper was initialized...", "");
