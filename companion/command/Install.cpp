@@ -11,8 +11,8 @@
 #include "companion/StagedScript.h"
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
-#include "companion/command/HelperLine.h"
 #include "companion/command/Problems.h"
+#include "protocol/HelperLines.h"
 
 namespace wicket::companion::command {
 
@@ -43,9 +43,8 @@ class ConsentWatch {
 
   void logLine(std::string_view text) {
     output_.printHelperLine(text);
-    if (const auto line = HelperLine::recognise(text); line && !line->authenticationMessage.empty()) {
-      message_ = line->authenticationMessage;
-    }
+    if (const auto message = HelperLines::authenticationMessage(text); message && !message->empty())
+      message_ = *message;
   }
   [[nodiscard]] const std::string& message() const { return message_; }
 

@@ -4,14 +4,20 @@
 
 #include <cstring>
 
+#include "protocol/HelperLines.h"
+#include "protocol/Identifier.h"
 #include "wire/UserLimits.h"
 
 namespace wicket::companion::command {
 
 namespace {
 
-constexpr char busyHelper[] =
-    "See what it does with: systemctl status net.orvane.Wicket.TlvPrivilegedHelper.service. Then try again";
+/// The helper's unit of a kind.
+std::string unit(const char* kind) { return std::string(Identifier::privilegedHelper) + "." + kind; }
+
+std::string lookAtTheHelper() {
+  return "See what it does with: systemctl status " + unit("service") + ". Then try again";
+}
 
 Problem interactionImpossible(std::optional<PolkitTextAgent::Absence> absence) {
   constexpr char start[] = "Nothing was installed, because nobody could be asked for a password (code 156): ";
@@ -36,15 +42,14 @@ Problem problemWith(const ConnectionError& error, const std::string& socketPath)
   switch (error.failure) {
     case ConnectionFailure::notInstalled:
       return {"The helper is not installed: there is no socket " + socketPath,
-              "Install it, or start net.orvane.Wicket.TlvPrivilegedHelper.socket with systemctl"};
+              "Install it, or start " + unit("socket") + " with systemctl"};
     case ConnectionFailure::notPermitted:
       return {"This process may not connect to the helper at " + socketPath,
               "Use the installed wicket command, which belongs to the socket's group"};
     case ConnectionFailure::notListening:
-      return {"Nobody listens at the helper's socket " + socketPath,
-              "Restart net.orvane.Wicket.TlvPrivilegedHelper.socket with systemctl"};
+      return {"Nobody listens at the helper's socket " + socketPath, "Restart " + unit("socket") + " with systemctl"};
     case ConnectionFailure::timedOut:
-      return {"The helper at " + socketPath + " takes no connections", busyHelper};
+      return {"The helper at " + socketPath + " takes no connections", lookAtTheHelper()};
     case ConnectionFailure::failed:
       break;
   }
@@ -73,7 +78,7 @@ Problem problemWith(CallError error) {
     case CallError::invalidArgument:
       return {"The request holds a text that cannot be sent", "Use a name or path of plain letters"};
     case CallError::timedOut:
-      return {"The helper does not answer", busyHelper};
+      return {"The helper does not answer", lookAtTheHelper()};
     case CallError::interrupted:
       break;
   }
@@ -82,11 +87,11 @@ Problem problemWith(CallError error) {
 
 Problem problemWithConsent(std::string_view message, std::optional<PolkitTextAgent::Absence> absence) {
   const auto says = [&](std::string_view part) { return message.find(part) != std::string_view::npos; };
-  if (says("no user interaction was possible")) return interactionImpossible(absence);
-  if (says("canceled by the user")) {
+  if (says(HelperLines::interactionImpossible)) return interactionImpossible(absence);
+  if (says(HelperLines::canceled)) {
     return {"Nothing was installed, because the password prompt was dismissed (code 156)", "Run the command again"};
   }
-  if (says("was denied")) {
+  if (says(HelperLines::denied)) {
     return {"Nothing was installed, because the authorization was denied (code 156)",
             "Run the command again with an administrator's password"};
   }

@@ -5,11 +5,37 @@
 #include "companion/command/Commands.h"
 #include "companion/command/ExitStatus.h"
 #include "companion/command/Interruption.h"
-#include "companion/command/RunOutput.h"
+#include "protocol/HelperLines.h"
+#include "protocol/HelperProtocol.h"
 
 namespace wicket::companion::command {
 
 namespace {
+
+/// Sorts what arrives during a run: scripts' output goes to standard output byte for byte, the helper's own
+/// lines go to standard error. The helper reports the success of the script twice, first as soon as it has
+/// started; both lines are left out, since the exit status says the same, and says it when it is true.
+/// Lines of other scripts of the same user, which arrive when this connection is his newest, are all shown.
+class RunOutput {
+ public:
+  RunOutput(Output& output, std::string_view scriptPath)
+      : output_(output), success_(HelperLines::scriptSucceeded(scriptPath)) {}
+
+  void logLine(std::string_view text) {
+    if (text == success_ && successesToHide_ > 0) {
+      --successesToHide_;
+    } else if (HelperLines::recognises(text)) {
+      output_.printHelperLine(text);
+    } else {
+      output_.printBytes(text);
+    }
+  }
+
+ private:
+  Output& output_;
+  const std::string success_;
+  int successesToHide_ = 2;
+};
 
 /// The helper's own line has said what is wrong; this says what to do.
 Problem problemWithStart(const std::string& name, ReplyCode code) {
@@ -36,7 +62,8 @@ int reportLost(const Context& context, const std::string& name, CallError error)
     context.output.printProblem({"Interrupted; " + end, "Stop it as root if it has to end"});
     return exit_status::ofSignal(Interruption::caughtSignal());
   }
-  context.output.printProblem({"The helper cut the connection, as it does after 45 seconds; " + end,
+  const std::string lifetime = std::to_string(helper_protocol::connectionLifetime.count());
+  context.output.printProblem({"The helper cut the connection, as it does after " + lifetime + " seconds; " + end,
                                "Let long scripts write their result to a file and start them with --no-wait"});
   return exit_status::statusUnknown;
 }

@@ -6,6 +6,7 @@
 
 #include "helper/clients/LogUtil.h"
 #include "helper/script/PrivilegedScript.h"
+#include "protocol/HelperLines.h"
 #include "protocol/HelperPath.h"
 
 namespace wicket {
@@ -15,17 +16,14 @@ void RunCommand::runTask(FileManager& fileManager, ChildProcessLauncher& launche
                          const HelperProtocol::CodeCompletion& completion) {
   const std::string path = HelperPath::scriptFolderPrefix + filename;
   if (!fileManager.fileExists(path)) {
-    LogUtil::log("ERROR: The priviliged script \"" + filename +
-                     "\" was not executed, as it was not found. Please install it again.",
-                 lastConnection());
+    LogUtil::log(HelperLines::scriptNotFound(filename), lastConnection());
     completion(reply_code::scriptNotFound);
     return;
   }
 
   const auto script = PrivilegedScript::create(fileManager, launcher, path, arguments, std::nullopt, lastConnection());
   if (!script) {
-    LogUtil::log("ERROR: Privileged script at " + path + " was not executed, as it could not be read.",
-                 lastConnection());
+    LogUtil::log(HelperLines::privilegedScriptUnreadable(path), lastConnection());
     completion(reply_code::scriptUnreadable);
     return;
   }

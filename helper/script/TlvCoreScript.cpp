@@ -9,6 +9,7 @@
 #include "helper/script/ShebangLine.h"
 #include "helper/store/FilePath.h"
 #include "helper/store/StringPredicates.h"
+#include "protocol/HelperLines.h"
 
 namespace wicket {
 namespace {
@@ -30,7 +31,7 @@ bool TlvCoreScript::readFile() {
   if (!file) return false;
   auto text = fileManager_.readFile(*file);
   if (!text || !Utf8::isValid(*text)) {
-    writeToLog("ERROR: Unable to read script at " + *file + ".");
+    writeToLog(HelperLines::scriptUnreadable(*file));
     return false;
   }
   // A byte-order mark stays: the first line then begins with it and not with "#!".

@@ -6,6 +6,7 @@
 #include "helper/script/ScriptArguments.h"
 #include "helper/script/TlvCoreScript.h"
 #include "protocol/Extension.h"
+#include "protocol/HelperLines.h"
 
 namespace wicket {
 
@@ -36,9 +37,7 @@ bool TlvCoreScript::execute() {
 void TlvCoreScript::execute(const Completion& completion) {
   const auto tool = toolPath();
   if (!tool) {
-    writeToLog("ERROR: Script at " + pathOrEmpty() +
-               " was not executed, because a valid path to the tool could not be found. Please always include a valid "
-               "shebang in your scripts.");
+    writeToLog(HelperLines::scriptHasNoTool(pathOrEmpty()));
     completion(reply_code::noTool);
     return;
   }
@@ -93,10 +92,9 @@ void TlvCoreScript::report(int status, const Completion& completion) {
 
 void TlvCoreScript::log(int status) {
   if (status == 0) {
-    writeToLog("Script at " + pathOrEmpty() + " was executed successfully.");
+    writeToLog(HelperLines::scriptSucceeded(pathOrEmpty()));
   } else {
-    writeToLog("ERROR: Execution of the script at " + pathOrEmpty() + " failed with exit code " +
-               std::to_string(status) + ".");
+    writeToLog(HelperLines::scriptFailed(pathOrEmpty(), status));
   }
 }
 

@@ -8,6 +8,7 @@
 #include "helper/service/HelperRemoval.h"
 #include "helper/store/ScriptInstallation.h"
 #include "helper/store/ScriptRemoval.h"
+#include "protocol/HelperLines.h"
 
 namespace wicket {
 
@@ -34,7 +35,7 @@ bool ClientService::verifyAuthorization(const AuthorizationData& authData, const
   const auto verified =
       HelperAuthorization::verifyAuthorization(platform_.authorizationServices(), authData, command, details);
   if (verified.has_value()) return true;
-  LogUtil::log("ERROR: Authentication failed with " + verified.error().description(), newestConnection());
+  LogUtil::log(HelperLines::authenticationFailed(verified.error().description()), newestConnection());
   return false;
 }
 

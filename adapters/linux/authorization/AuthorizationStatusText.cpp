@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "protocol/HelperLines.h"
+
 namespace wicket::linux_adapter {
 namespace {
 
@@ -19,9 +21,9 @@ constexpr std::array<Entry, 15> texts{{
     {-60002, "The authorization reference is invalid."},
     {-60003, "The authorization tag is invalid."},
     {-60004, "The returned authorization is invalid."},
-    {-60005, "The authorization was denied."},
-    {-60006, "The authorization was canceled by the user."},
-    {-60007, "The authorization was denied since no user interaction was possible."},
+    {-60005, HelperLines::denied},
+    {-60006, HelperLines::canceled},
+    {-60007, HelperLines::interactionImpossible},
     {-60008, "Unable to obtain authorization for this operation."},
     {-60009, "The authorization is not allowed to be converted to an external format."},
     {-60010, "The authorization is not allowed to be created from an external format."},
