@@ -151,7 +151,9 @@ int FakeHelper::answer(sd_bus_message* call) {
   }
   if (sd_bus_message_get_expect_reply(call) == 0) return 1;
   if (behaviour_.laterReportComesFirst && behaviour_.laterReport) sendLaterReport(bus, serial, *behaviour_.laterReport);
-  if (member == "getVersionWithCompletion_") {
+  if (behaviour_.error != nullptr) {
+    sd_bus_reply_method_errorf(call, behaviour_.error, "no");
+  } else if (member == "getVersionWithCompletion_") {
     sd_bus_reply_method_return(call, "s", "9417");
   } else {
     sd_bus_reply_method_return(call, "x", behaviour_.code);

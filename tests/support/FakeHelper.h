@@ -25,6 +25,7 @@ class FakeHelper {
     bool laterReportComesFirst = false;
     bool cutsBeforeReply = false;
     bool cutsAfterReply = false;
+    const char* error = nullptr;  ///< the name of a D-Bus error, instead of each reply
   };
 
   explicit FakeHelper(Behaviour behaviour);

@@ -142,6 +142,28 @@ TEST(HelperConnectionTest, AConnectionCutBeforeTheReplyIsReportedAsCut) {
   EXPECT_EQ(connection.getVersion().error(), CallError::connectionCut);
 }
 
+TEST(HelperConnectionTest, AnErrorOfTheHelperIsToldFromACutConnectionAndALimitByItsName) {
+  const auto errorFor = [](const char* name) {
+    const FakeHelper helper({.error = name});
+    auto connection = connectTo(helper);
+    const auto code = connection.uninstallScriptWithFilename("job.sh");
+    EXPECT_FALSE(code);
+    return code.error();
+  };
+  EXPECT_EQ(errorFor("net.orvane.Wicket.Error.TooManyConnections"), CallError::tooManyConnections);
+  EXPECT_EQ(errorFor("net.orvane.Wicket.Error.TooManyQuestions"), CallError::tooManyQuestions);
+  EXPECT_EQ(errorFor("net.orvane.Wicket.Error.TooManyScripts"), CallError::tooManyScripts);
+  EXPECT_EQ(errorFor("org.freedesktop.DBus.Error.UnknownMethod"), CallError::rejected);
+}
+
+TEST(HelperConnectionTest, AnErrorDoesNotEndTheConnection) {
+  const FakeHelper helper({.error = "net.orvane.Wicket.Error.TooManyScripts"});
+  auto connection = connectTo(helper);
+  EXPECT_EQ(connection.runCommand("a.sh").error(), CallError::tooManyScripts);
+  EXPECT_EQ(connection.runCommand("b.sh").error(), CallError::tooManyScripts);
+  EXPECT_EQ(connection.getVersion().error(), CallError::tooManyScripts);
+}
+
 TEST(HelperConnectionTest, AConnectionCutBeforeTheLaterReportStillDeliversEveryLine) {
   const FakeHelper helper({.linesAfterReply = {"last words"}, .cutsAfterReply = true});
   auto connection = connectTo(helper);

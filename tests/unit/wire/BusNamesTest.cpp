@@ -12,6 +12,10 @@ namespace {
 
 using namespace std::string_literals;
 
+TEST(BusNamesTest, TheSocketBearsTheHelpersIdentifier) {
+  EXPECT_STREQ(socketPath, "/run/net.orvane.Wicket.TlvPrivilegedHelper");
+}
+
 TEST(BusNamesTest, AMemberIsTheSelectorWithItsColonsWrittenAsUnderscores) {
   EXPECT_EQ(memberName(helper_protocol::getVersion), "getVersionWithCompletion_");
   EXPECT_EQ(memberName(helper_protocol::runCommand), "runCommandWithFilename_arguments_completion_");
