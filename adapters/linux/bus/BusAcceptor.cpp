@@ -75,10 +75,11 @@ void BusAcceptor::start(sd_event* event) {
 }
 
 void BusAcceptor::finish(std::function<void()> done) {
+  // First, so that whoever connects from now on waits in the socket for the next process.
   clientsSource_.reset();
   restTimer_.reset();
   done_ = std::move(done);
-  for (const auto& [channel, owned] : channels_) {
+  for (const auto& [channel, client] : clients_) {
     if (channel->isWaiting(Listener::timeToAsk)) awaited_.insert(channel);
   }
   const bool canWait = armTimer(event_, graceTimer_, graceTime, &onGraceEnded, this) >= 0;
@@ -103,10 +104,11 @@ void BusAcceptor::stop() {
   clientsSource_.reset();
   restTimer_.reset();
   graceTimer_.reset();
-  while (!channels_.empty()) {
-    const std::shared_ptr<BusChannel> channel = channels_.begin()->second;
-    channel->connection()->invalidate();
-    channel->service();
+  // A channel that closes takes itself off the list.
+  while (!clients_.empty()) {
+    const Client client = clients_.begin()->second;
+    client.connection->invalidate();
+    client.channel->service();
   }
 }
 
@@ -155,6 +157,7 @@ bool BusAcceptor::prepareFeed() {
 }
 
 bool BusAcceptor::take() {
+  // The share comes before all that costs descriptors or memory.
   const uid_t user = PeerProcess::userOf(newcomer_.get());
   auto share = shares_.take(wire::openConnections, user);
   const bool isInExcess = share == nullptr;
@@ -168,11 +171,13 @@ bool BusAcceptor::take() {
   auto connection = std::make_shared<BusConnection>(doorbell_, *peer, shares_);
   const auto channel = std::make_shared<BusChannel>(
       connection, *this, BusChannel::Admission{std::move(share), isInExcess ? &wire::openConnections : nullptr});
-  // Besides the channels there are the thread itself, the listener that ends and connections without a channel.
-  doorbell_->makeRoomFor(channels_.size() + 4);
+  // Before the channel can be rung for. Besides the channels there are the thread itself, the listener that ends and
+  // connections without a channel.
+  doorbell_->makeRoomFor(clients_.size() + 4);
   if (channel->open(event_, std::move(newcomer_), *std::exchange(nextFeed_, std::nullopt)) < 0) return false;
   undecided_.insert(channel.get());
-  channels_.emplace(channel.get(), channel);
+  clients_.emplace(channel.get(), Client{channel, connection});
+  // Last, so that nobody rings for a channel that is not kept.
   connection->attach(channel);
   return true;
 }
@@ -192,7 +197,7 @@ void BusAcceptor::listenForClients() {
 }
 
 void BusAcceptor::handshakeEnded(BusChannel& channel) {
-  const auto& connection = channel.connection();
+  const auto& connection = clients_.at(&channel).connection;
   const bool willRun = delegateQueue_.post([&delegate = delegate_, connection] { decide(delegate, connection); });
   if (!willRun) connection->refuse();
 }
@@ -206,7 +211,7 @@ void BusAcceptor::answered(BusChannel& channel) { noLongerAwaited(channel); }
 
 void BusAcceptor::closed(BusChannel& channel) {
   noLongerAwaited(channel);
-  channels_.erase(&channel);
+  clients_.erase(&channel);
 }
 
 }  // namespace wicket::linux_adapter

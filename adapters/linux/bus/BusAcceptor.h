@@ -11,9 +11,11 @@
 #include <unordered_set>
 
 #include "adapters/linux/bus/BusChannel.h"
+#include "adapters/linux/bus/BusConnection.h"
 #include "adapters/linux/bus/BusDoorbell.h"
-#include "adapters/linux/bus/BusFeed.h"
+#include "adapters/linux/bus/ClientInbox.h"
 #include "adapters/linux/bus/SerialExecutor.h"
+#include "adapters/linux/peer/UserShares.h"
 #include "base/system/Descriptor.h"
 #include "base/system/linux/SdHandle.h"
 #include "helper/platform/Listener.h"
@@ -35,6 +37,11 @@ class BusAcceptor final : public BusChannel::Owner {
   void stop();
 
  private:
+  struct Client {
+    std::shared_ptr<BusChannel> channel;
+    std::shared_ptr<BusConnection> connection;  ///< its session, for the delegate
+  };
+
   static int onClients(sd_event_source* source, int descriptor, std::uint32_t events, void* acceptor);
   static int onRested(sd_event_source* source, std::uint64_t time, void* acceptor);
   static int onGraceEnded(sd_event_source* source, std::uint64_t time, void* acceptor);
@@ -66,7 +73,7 @@ class BusAcceptor final : public BusChannel::Owner {
   bool isResting_ = false;
   std::optional<BusFeed> nextFeed_;
   Descriptor newcomer_;  ///< accepted, and waiting for its channel
-  std::unordered_map<const BusChannel*, std::shared_ptr<BusChannel>> channels_;
+  std::unordered_map<const BusChannel*, Client> clients_;
   std::unordered_set<const BusChannel*> undecided_;
 
   /// @name Once finish() has been called

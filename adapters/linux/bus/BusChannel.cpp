@@ -6,12 +6,9 @@
 #include <cerrno>
 #include <chrono>
 #include <exception>
-#include <fcntl.h>
 #include <poll.h>
 #include <string_view>
 #include <sys/epoll.h>
-#include <sys/socket.h>
-#include <systemd/sd-id128.h>
 #include <utility>
 
 #include "adapters/linux/bus/ArgumentReader.h"
@@ -27,48 +24,18 @@ constexpr std::chrono::microseconds handshakeTime = std::chrono::seconds(5);
 constexpr std::uint64_t unwrittenMessageLimit = 64;
 /// Messages for one client before the others have their turn.
 constexpr int messagesPerTurn = 32;
-/// What the kernel may hold for a client. sd-bus asks for 8 MiB, which no account here would show.
-constexpr int sendBufferSize = 128 << 10;
 
 }  // namespace
 
-BusChannel::BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner, Admission admission)
-    : connection_(std::move(connection)),
-      owner_(owner),
-      admission_(std::move(admission)),
-      framer_(wire::messageSizeLimit) {}
+BusChannel::BusChannel(std::shared_ptr<ClientSession> session, Owner& owner, Admission admission)
+    : session_(std::move(session)), owner_(owner), admission_(std::move(admission)), inbox_(session_->peer().pid()) {}
 
 int BusChannel::open(sd_event* event, Descriptor client, BusFeed feed) {
-  feed_ = std::move(feed.entry);
-  int result = startBus(std::move(client), std::move(feed.busEnd));
-  if (result >= 0) result = addSources(event);
-  return result;
-}
-
-int BusChannel::startBus(Descriptor client, Descriptor busEnd) {
-  sd_bus* created = nullptr;
-  int result = sd_bus_new(&created);
-  if (result < 0) return result;
-  bus_.reset(created);
   client_ = std::move(client);
+  inbox_.feed(std::move(feed.entry));
   if (!AttributedReceive::enable(client_.get())) return -errno;
-  Descriptor outgoing(fcntl(client_.get(), F_DUPFD_CLOEXEC, 0));
-  if (!outgoing.isOpen()) return -errno;
-  result = sd_bus_set_fd(bus_.get(), busEnd.get(), outgoing.get());
-  if (result < 0) return result;
-  (void)busEnd.release();
-  (void)outgoing.release();
-
-  sd_id128_t id{};
-  result = sd_id128_randomize(&id);
-  if (result >= 0) result = sd_bus_set_server(bus_.get(), 1, id);
-  // The handshake proves nothing here: who may connect is decided by the socket's mode and by the delegate.
-  if (result >= 0) result = sd_bus_set_anonymous(bus_.get(), 1);
-  if (result >= 0) result = sd_bus_negotiate_fds(bus_.get(), 0);
-  if (result >= 0) result = sd_bus_add_filter(bus_.get(), nullptr, &onMessage, this);
-  if (result >= 0) result = sd_bus_start(bus_.get());
-  setsockopt(client_.get(), SOL_SOCKET, SO_SNDBUF, &sendBufferSize, sizeof sendBufferSize);
-  return result;
+  const int result = bus_.start(client_.get(), std::move(feed.busEnd), &onMessage, this);
+  return result < 0 ? result : addSources(event);
 }
 
 int BusChannel::addSources(sd_event* event) {
@@ -88,7 +55,7 @@ int BusChannel::onSocket(sd_event_source* /*source*/, int /*descriptor*/, std::u
 
 int BusChannel::onHandshakeTimeout(sd_event_source* /*source*/, std::uint64_t /*time*/, void* channel) {
   auto& self = *static_cast<BusChannel*>(channel);
-  self.connection_->invalidate();
+  self.session_->cut();
   self.service();
   return 0;
 }
@@ -99,24 +66,34 @@ void BusChannel::service() {
   try {
     advance();
   } catch (const std::exception&) {
-    connection_->invalidate();  // no memory left for this client
+    session_->cut();  // no memory left for this client
   }
-  if (connection_->hasEnded()) close();
+  // Whatever has ended the session, here or on another thread, it is closed in this one place, where no step is under
+  // way any more that could use what is closed.
+  if (session_->hasEnded()) close();
 }
 
 void BusChannel::advance() {
-  if (connection_->hasEnded()) return;
+  if (session_->hasEnded()) return;
   if (phase_ == Phase::deciding) startRunning();
+  // Until it has been accepted nothing of the client is looked at, not even by the bus.
   if (phase_ == Phase::deciding) return;
+  // First what the bus has kept back goes out: how much of it is left decides whether more is read and written.
   processBus();
+  // Reading comes before writing, so that the calls of a client that has hung up are taken before anything more is
+  // written to it, which would fail and end the session. Whatever the bus answers by itself then goes out before what
+  // is queued.
   readClient();
-  if (!connection_->hasEnded()) writeQueued();
-  if (wasRefused_ && unwrittenMessages() == 0) return connection_->invalidate();
-  if (!connection_->hasEnded()) listenForEvents();
+  if (!session_->hasEnded()) writeQueued();
+  // The refusal was made while reading. The client is cut only when it is in the socket.
+  if (wasRefused_ && bus_.unwrittenMessages() == 0) return session_->cut();
+  // Once all is read and written it shows what there is to wait for.
+  if (!session_->hasEnded()) listenForEvents();
+  // Last, since the listener may be waiting for just this in order to end.
   if (isAnswered()) owner_.answered(*this);
 }
 
-bool BusChannel::isAnswered() const { return hasAsked() && sender_.hasAnsweredAll() && unwrittenMessages() == 0; }
+bool BusChannel::isAnswered() const { return hasAsked() && sender_.hasAnsweredAll() && bus_.unwrittenMessages() == 0; }
 
 bool BusChannel::isWaiting(std::chrono::steady_clock::duration timeToAsk) const {
   if (hasAsked()) return !isAnswered();
@@ -124,14 +101,15 @@ bool BusChannel::isWaiting(std::chrono::steady_clock::duration timeToAsk) const 
 }
 
 void BusChannel::startRunning() {
-  if (!connection_->isRunning()) return;
+  if (!session_->isRunning()) return;
   phase_ = Phase::running;
   since_ = std::chrono::steady_clock::now();
   owner_.decided(*this);
-  if (const auto interface = connection_->exportedInterface()) {
+  // Before a message is handed on: the bus would answer a call for which it knows no object with an error.
+  if (const auto interface = session_->exportedInterface()) {
     methods_ = BusVtable::ofMethods(*interface, &onCall);
     signals_ = BusVtable::ofReplyBlockSignal();
-    if (methods_->addTo(bus_.get(), this) < 0 || signals_->addTo(bus_.get(), this) < 0) connection_->invalidate();
+    if (methods_->addTo(bus_.get(), this) < 0 || signals_->addTo(bus_.get(), this) < 0) session_->cut();
   }
 }
 
@@ -139,22 +117,25 @@ void BusChannel::writeQueued() {
   if (phase_ != Phase::running) return;
   if (hasClientHungUp()) {
     // Nobody reads any more, but calls may be left that were sent before.
-    connection_->outgoing().close();
+    session_->outgoing().close();
     return readClient();
   }
-  for (int i = 0; i < messagesPerTurn && unwrittenMessages() == 0; ++i) {
-    connection_->outgoing().written();
-    const std::optional<Outgoing> item = connection_->outgoing().pop();
+  for (int i = 0; i < messagesPerTurn && bus_.unwrittenMessages() == 0; ++i) {
+    // The bus holds nothing back, so all that was taken is in the socket: only then is it off the account.
+    session_->outgoing().written();
+    const std::optional<Outgoing> item = session_->outgoing().pop();
     if (!item) return;
-    if (sender_.send(bus_.get(), *item) < 0) return connection_->clientEnded();
+    if (sender_.send(bus_.get(), *item) < 0) return session_->clientEnded();
   }
-  if (unwrittenMessages() == 0) connection_->ringChannel();
+  // There may be more, and no event of the socket tells of it: the others have their turn first.
+  if (bus_.unwrittenMessages() == 0) session_->ringChannel();
 }
 
 void BusChannel::readClient() {
   bool hasRead = false;
-  while (!connection_->hasEnded() && mayRead()) {
-    if (inbox_.empty()) {
+  // Asked anew for each message: the one before may have ended the session, or have been one too many for now.
+  while (!session_->hasEnded() && mayRead()) {
+    if (inbox_.isEmpty()) {
       // One helping for each turn. A client that hung up causes no more events: take all it left.
       if (hasRead && !clientHungUp_) return;
       if (!fillInbox()) return;
@@ -177,43 +158,30 @@ bool BusChannel::hasUnread() const {
 
 bool BusChannel::mayRead() const {
   if (phase_ == Phase::handshake || phase_ == Phase::exceeding) return !wasRefused_;
-  return phase_ == Phase::running && !connection_->isBusy() && unwrittenMessages() < unwrittenMessageLimit;
+  return phase_ == Phase::running && !session_->isBusy() && bus_.unwrittenMessages() < unwrittenMessageLimit;
 }
 
 bool BusChannel::fillInbox() {
-  const auto received = AttributedReceive::from(client_.get(), buffer_);
-  if (received.count < 0 && (errno == EAGAIN || errno == EINTR)) return false;
-  if (received.count <= 0) {
-    connection_->clientEnded();
-    return false;
-  }
-  // A socket can be handed on, and a client that did so is no companion: nothing of it is believed any more.
-  const bool isForeign = received.sender ? *received.sender != connection_->peerPid() : phase_ != Phase::handshake;
-  if (isForeign || received.hasMore) {
-    connection_->invalidate();
-    return false;
-  }
-  inbox_ = std::span(buffer_).first(static_cast<std::size_t>(received.count));
-  inboxSenderIsKnown_ = received.sender.has_value();
-  return true;
+  const auto received = inbox_.receive(client_.get(), phase_ == Phase::handshake);
+  if (received == ClientInbox::Received::end) session_->clientEnded();
+  if (received == ClientInbox::Received::violation) session_->cut();
+  return received == ClientInbox::Received::piece;
 }
 
 void BusChannel::handOn() {
-  const MessageFramer::Piece piece = framer_.next(inbox_);
-  if (piece.boundary == MessageFramer::Boundary::violation) return connection_->invalidate();
-  // The feed is empty, since the bus takes at once whatever is put there, so the piece fits.
-  const ssize_t sent = send(feed_.get(), inbox_.data(), piece.length, MSG_NOSIGNAL);
-  if (sent < 0 || static_cast<std::size_t>(sent) != piece.length) return connection_->invalidate();
-  inbox_ = inbox_.subspan(piece.length);
+  const MessageFramer::Boundary boundary = inbox_.handOn();
+  if (boundary == MessageFramer::Boundary::violation) return session_->cut();
+  // At once, so that the feed is empty for the next piece, and that what the bus makes of this message is known when
+  // its end is looked at.
   processBus();
-  boundaryReached(piece.boundary);
+  boundaryReached(boundary);
 }
 
 void BusChannel::boundaryReached(MessageFramer::Boundary boundary) {
   if (boundary == MessageFramer::Boundary::handshakeEnded) {
-    if (sd_bus_is_ready(bus_.get()) <= 0) return connection_->invalidate();
+    if (!bus_.isReady()) return session_->cut();
     // A handshake proves nothing, so it may come from nobody in particular; a call may not.
-    if (!inboxSenderIsKnown_ && !inbox_.empty()) return connection_->invalidate();
+    if (inbox_.hasAnonymousRest()) return session_->cut();
     if (admission_.exceeded != nullptr) {
       // It has what is left of the handshake's time.
       phase_ = Phase::exceeding;
@@ -226,16 +194,12 @@ void BusChannel::boundaryReached(MessageFramer::Boundary boundary) {
   }
   // sd-bus passes over a message that it cannot decode. Its sender would wait for ever.
   if (boundary == MessageFramer::Boundary::messageEnded && !std::exchange(messageWasUnderstood_, false)) {
-    connection_->invalidate();
+    session_->cut();
   }
 }
 
 void BusChannel::processBus() {
-  int result = 0;
-  do {
-    result = sd_bus_process(bus_.get(), nullptr);
-  } while (result > 0);
-  if (result < 0) connection_->clientEnded();
+  if (!bus_.process()) session_->clientEnded();
 }
 
 int BusChannel::onMessage(sd_bus_message* message, void* channel, sd_bus_error* /*error*/) {
@@ -255,14 +219,14 @@ int BusChannel::onCall(sd_bus_message* message, void* channel, sd_bus_error* /*e
   try {
     return self.deliver(message);
   } catch (const std::exception&) {
-    self.connection_->invalidate();
+    self.session_->cut();
     return -ENOMEM;
   }
 }
 
 int BusChannel::deliver(sd_bus_message* message) {
   const std::string_view member = sd_bus_message_get_member(message);
-  const auto interface = connection_->exportedInterface();
+  const auto interface = session_->exportedInterface();
   if (!interface) return 0;
   const auto selector = std::ranges::find(interface->selectors, member, &wire::memberName);
   if (selector == interface->selectors.end()) return 0;
@@ -270,23 +234,16 @@ int BusChannel::deliver(sd_bus_message* message) {
   if (!arguments) return arguments.error();
   std::shared_ptr<ReplyBlock> block;
   if (sd_bus_message_get_expect_reply(message) > 0) {
-    block = std::make_shared<ReplyBlock>(connection_, sender_.remember(message));
+    block = std::make_shared<ReplyBlock>(session_, sender_.remember(message));
   }
-  connection_->deliver({*selector, std::move(*arguments)}, block);
+  session_->deliver({*selector, std::move(*arguments)}, block);
   return 1;
-}
-
-std::uint64_t BusChannel::unwrittenMessages() const {
-  std::uint64_t count = 0;
-  sd_bus_get_n_queued_write(bus_.get(), &count);
-  return count;
 }
 
 void BusChannel::listenForEvents() {
   if (phase_ == Phase::deciding) return;
-  const int wanted = sd_bus_get_events(bus_.get());
   std::uint32_t events = mayRead() ? EPOLLIN : 0U;
-  if (wanted > 0 && (static_cast<std::uint32_t>(wanted) & EPOLLOUT) != 0) events |= EPOLLOUT;
+  if (bus_.waitsToWrite()) events |= EPOLLOUT;
   sd_event_source_set_io_events(socketSource_.get(), events);
   // A hang-up would be reported over and over; whatever else there is to do comes by the bell.
   sd_event_source_set_enabled(socketSource_.get(), clientHungUp_ ? SD_EVENT_OFF : SD_EVENT_ON);
@@ -294,17 +251,21 @@ void BusChannel::listenForEvents() {
 
 void BusChannel::close() {
   if (phase_ != Phase::running) owner_.decided(*this);
+  // From here on service() has no effect, whoever rings.
   phase_ = Phase::closed;
+  // The sources leave the loop before the descriptors that they watch are closed, and the requests, which keep the bus,
+  // are let go of before it.
   socketSource_.reset();
   handshakeTimer_.reset();
   sender_.forgetAll();
-  bus_.reset();
+  bus_.close();
   client_.reset();
-  feed_.reset();
+  inbox_.close();
+  // The connection is closed now, so its user may have another one.
   admission_.share.reset();
-  // A connection may be kept long after its end: it must not keep this channel's memory, too.
-  connection_->attach({});
-  connection_->runOrphanedHandler();
+  // A session may be kept long after its end: it must not keep this channel's memory, too.
+  session_->detach();
+  // Last: the owner lets go of this channel, and may be done with everything.
   owner_.closed(*this);
 }
 

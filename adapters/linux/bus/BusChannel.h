@@ -2,24 +2,23 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include <array>
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <span>
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 
-#include "adapters/linux/bus/BusConnection.h"
 #include "adapters/linux/bus/BusDoorbell.h"
-#include "adapters/linux/bus/BusFeed.h"
 #include "adapters/linux/bus/BusSender.h"
 #include "adapters/linux/bus/BusVtable.h"
-#include "adapters/linux/bus/MessageFramer.h"
+#include "adapters/linux/bus/ClientInbox.h"
+#include "adapters/linux/bus/ClientSession.h"
+#include "adapters/linux/bus/ServerBus.h"
+#include "adapters/linux/peer/UserShares.h"
 #include "base/system/Descriptor.h"
 #include "base/system/linux/SdHandle.h"
+#include "wire/UserLimits.h"
 
 namespace wicket::linux_adapter {
 
@@ -53,13 +52,12 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
     const wire::UserLimit* exceeded;  ///< the limit above which this one is; null for none
   };
 
-  BusChannel(std::shared_ptr<BusConnection> connection, Owner& owner, Admission admission);
+  BusChannel(std::shared_ptr<ClientSession> session, Owner& owner, Admission admission);
 
   /// Starts to speak with the client; a negative errno on failure.
   [[nodiscard]] int open(sd_event* event, Descriptor client, BusFeed feed);
-  /// Goes on wherever something may have changed, and closes when the connection has ended.
+  /// Goes on wherever something may have changed, and closes when the session has ended.
   void service() override;
-  [[nodiscard]] const std::shared_ptr<BusConnection>& connection() const { return connection_; }
   /// Whether the client waits for something of ours: for the decision about it, for an answer, or for what it has sent
   /// to be read. So does one that has not had @p timeToAsk yet.
   [[nodiscard]] bool isWaiting(std::chrono::steady_clock::duration timeToAsk) const;
@@ -73,14 +71,13 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   static int onMessage(sd_bus_message* message, void* channel, sd_bus_error* error);
   static int onCall(sd_bus_message* message, void* channel, sd_bus_error* error);
 
-  int startBus(Descriptor client, Descriptor busEnd);
   int addSources(sd_event* event);
   void advance();
   void startRunning();
   int refuse(sd_bus_message* message);
   void writeQueued();
   void readClient();
-  /// Reads what the client has sent next; false if there is nothing now, or nothing that counts.
+  /// Whether there is something now that counts.
   bool fillInbox();
   void handOn();
   void boundaryReached(MessageFramer::Boundary boundary);
@@ -92,11 +89,10 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   /// True once the client has asked something and has all its answers.
   [[nodiscard]] bool isAnswered() const;
   [[nodiscard]] bool mayRead() const;
-  [[nodiscard]] std::uint64_t unwrittenMessages() const;
   void listenForEvents();
   void close();
 
-  const std::shared_ptr<BusConnection> connection_;
+  const std::shared_ptr<ClientSession> session_;
   Owner& owner_;
   Admission admission_;
   std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();  ///< when it could begin to speak
@@ -108,16 +104,12 @@ class BusChannel final : public BusWorker, public std::enable_shared_from_this<B
   /// before it is closed: a socket that a starting child still holds would stay in the loop otherwise,
   /// with nothing left behind it.
   Descriptor client_;
-  Descriptor feed_;  ///< whose other end the bus reads
-  SdHandle<sd_bus> bus_;
+  ServerBus bus_;
   SdHandle<sd_event_source> socketSource_;
   SdHandle<sd_event_source> handshakeTimer_;
   BusSender sender_;
 
-  MessageFramer framer_;
-  std::array<std::byte, std::size_t{16} << 10U> buffer_;
-  std::span<const std::byte> inbox_;
-  bool inboxSenderIsKnown_ = false;
+  ClientInbox inbox_;
   bool clientHungUp_ = false;
   bool messageWasUnderstood_ = false;
   bool wasRefused_ = false;

@@ -41,6 +41,7 @@ void BusDoorbell::makeRoomFor(std::size_t workers) {
 void BusDoorbell::answer() {
   {
     const std::scoped_lock lock(mutex_);
+    // In one with the list: a ring from now on is for the next answer and makes the descriptor readable again.
     eventfd_t count = 0;
     eventfd_read(event_.get(), &count);
     answering_.swap(rung_);

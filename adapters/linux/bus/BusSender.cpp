@@ -39,6 +39,7 @@ int BusSender::send(sd_bus* bus, const Outgoing& item) {
 }
 
 SdHandle<sd_bus_message> BusSender::take(RequestId request) {
+  // Whatever becomes of its reply, it is answered from here on.
   auto node = requests_.extract(request.number);
   return node ? std::move(node.mapped()) : nullptr;
 }

@@ -6,7 +6,7 @@
 #include <systemd/sd-bus.h>
 #include <unordered_map>
 
-#include "adapters/linux/bus/OutgoingQueue.h"
+#include "adapters/linux/bus/Outgoing.h"
 #include "base/system/linux/SdHandle.h"
 
 namespace wicket::linux_adapter {

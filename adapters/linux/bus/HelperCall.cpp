@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <utility>
 
 namespace wicket::linux_adapter {
 namespace {
@@ -75,6 +76,29 @@ std::size_t sizeOf(const Argument& argument) {
 }
 
 }  // namespace
+
+ReplyBlock::ReplyBlock(std::weak_ptr<OutgoingSink> client, RequestId request)
+    : client_(std::move(client)), request_(request) {}
+
+ReplyBlock::~ReplyBlock() {
+  if (!wasCalled_) send(MissingReply{request_});
+}
+
+void ReplyBlock::call(ReplyValue value) {
+  if (!wasCalled_.exchange(true)) {
+    send(MethodReply{request_, std::move(value)});
+  } else if (const auto* code = std::get_if<ReplyCode>(&value)) {
+    send(CalledAgain{request_, *code});
+  }
+}
+
+void ReplyBlock::refuse(const wire::UserLimit& limit) {
+  if (!wasCalled_.exchange(true)) send(LimitReached{request_, &limit});
+}
+
+void ReplyBlock::send(Outgoing item) const {
+  if (const auto client = client_.lock()) client->send(std::move(item));
+}
 
 std::size_t HelperCall::size() const {
   return std::accumulate(arguments.begin(), arguments.end(), std::size_t{0},

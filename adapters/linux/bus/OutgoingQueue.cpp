@@ -2,7 +2,9 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/bus/OutgoingQueue.h"
 
+#include <string>
 #include <utility>
+#include <variant>
 
 namespace wicket::linux_adapter {
 namespace {
@@ -50,6 +52,7 @@ void OutgoingQueue::waitForCapacity() {
 }
 
 void OutgoingQueue::close() {
+  // Freed after the lock, since there may be much of it.
   std::deque<Outgoing> dropped;
   const std::scoped_lock lock(mutex_);
   isClosed_ = true;

@@ -4,50 +4,14 @@
 
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <optional>
-#include <string>
-#include <variant>
 
+#include "adapters/linux/bus/Outgoing.h"
 #include "helper/platform/Connection.h"
-#include "protocol/ReplyCode.h"
-#include "wire/UserLimits.h"
 
 namespace wicket::linux_adapter {
-
-/// Which request something answers: our own name for it, and the serial the client gave it.
-struct RequestId {
-  std::uint64_t number;
-  std::uint32_t serial;
-};
-
-/// What a reply carries; nothing for a one-way operation.
-using ReplyValue = std::variant<std::monostate, std::string, ReplyCode>;
-
-/// The things that are sent to a client.
-struct MethodReply {
-  RequestId request;
-  ReplyValue value;
-};
-/// The reply block was let go of without having been called.
-struct MissingReply {
-  RequestId request;
-};
-/// The call was not carried out: its user has as much as he may have.
-struct LimitReached {
-  RequestId request;
-  const wire::UserLimit* limit;
-};
-struct CalledAgain {
-  RequestId request;
-  ReplyCode code;
-};
-struct LogLine {
-  std::string text;
-};
-using Outgoing = std::variant<MethodReply, MissingReply, LimitReached, CalledAgain, LogLine>;
 
 /// What one client has still to be sent, in the order it was produced, with an account of the memory
 /// it takes. Any thread.

@@ -42,7 +42,8 @@ bool SerialExecutor::add(Job job, bool isLast) {
       state_->hasThread = true;
     }
   } catch (const std::exception&) {
-    // Neither memory nor a thread: the owner decides what becomes of its client.
+    // Neither memory nor a thread: the owner decides what becomes of its client. Where there is a thread, the jobs from
+    // before have their turn.
     if (!state_->hasThread) state_->jobs.clear();
     state_->changed.notify_one();
     return false;
@@ -60,6 +61,7 @@ void SerialExecutor::work(const std::shared_ptr<State>& state) {
     state->jobs.pop_front();
     lock.unlock();
     job();
+    // What the job holds is let go of without the lock: it may keep the executor's owner, whose end takes the lock.
     job = nullptr;
     lock.lock();
   }
