@@ -170,9 +170,12 @@ TEST(SerialExecutorTest, JobsStillRunWhenTheExecutorHasGoneAndItsThreadEndsAfter
 
 TEST(SerialExecutorTest, AJobMayDropTheLastReferenceToWhateverOwnsTheExecutor) {
   struct Owner {
+    std::shared_ptr<void> tellsOfTheEnd;  ///< goes after the executor
     SerialExecutor executor;
   };
+  Told<bool> hasGone;
   auto owner = std::make_shared<Owner>();
+  owner->tellsOfTheEnd = {nullptr, [told = hasGone.promise()](void*) { told->set_value(true); }};
   const std::weak_ptr<Owner> watched = owner;
   LongJob first;
   ASSERT_TRUE(owner->executor.post(first.job()));
@@ -181,7 +184,7 @@ TEST(SerialExecutorTest, AJobMayDropTheLastReferenceToWhateverOwnsTheExecutor) {
   owner.reset();
   EXPECT_FALSE(watched.expired());
   first.end();
-  EXPECT_TRUE(comesTrue([&] { return watched.expired(); }));
+  EXPECT_TRUE(hasGone.isTold());
 }
 
 TEST(SerialExecutorTest, WhatAJobHoldsIsLetGoOfBeforeTheNextBegins) {
