@@ -187,6 +187,7 @@ void BusChannel::boundaryReached(MessageFramer::Boundary boundary) {
       phase_ = Phase::exceeding;
       return owner_.decided(*this);
     }
+    // All before the owner is told, since its answer may come while it is being told.
     handshakeTimer_.reset();
     phase_ = Phase::deciding;
     sd_event_source_set_enabled(socketSource_.get(), SD_EVENT_OFF);
