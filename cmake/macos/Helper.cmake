@@ -6,8 +6,8 @@ set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
 set(CMAKE_OBJCXX_EXTENSIONS OFF)
 target_compile_options(wicket_options INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-arc>)
 
-foreach(ROOM base/system base/text protocol helper/platform helper/store helper/clients helper/security helper/script
-             resources adapters/posix adapters/macos helper/service)
+foreach(ROOM base/system base/text protocol admission helper/platform helper/store helper/clients helper/security
+             helper/script resources adapters/posix adapters/macos helper/service)
   add_subdirectory(${ROOM})
 endforeach()
 
@@ -22,8 +22,8 @@ if(CMAKE_CROSSCOMPILING)
   target_precompile_headers(wicket_precompiled PRIVATE
     <algorithm> <array> <chrono> <condition_variable> <expected> <functional> <map> <memory> <mutex> <optional>
     <string> <variant> <vector> $<$<COMPILE_LANGUAGE:OBJCXX>:<Foundation/Foundation.h$<ANGLE-R>>)
-  foreach(ROOM base_text protocol helper_store helper_clients helper_security helper_script adapters_posix adapters_macos
-               helper_service)
+  foreach(ROOM base_text protocol admission helper_store helper_clients helper_security helper_script adapters_posix
+               adapters_macos helper_service)
     target_precompile_headers(room_${ROOM} REUSE_FROM wicket_precompiled)
   endforeach()
   # The libraries' lists of symbols are made anew together with this file.

@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
-#include <string_view>
+#include <string>
 
 namespace wicket::companion::doctor {
 
@@ -10,7 +10,7 @@ namespace wicket::companion::doctor {
 class CompanionRequirement {
  public:
   /// In the code requirement language.
-  [[nodiscard]] static std::string_view text();
+  [[nodiscard]] static std::string text();
 };
 
 }  // namespace wicket::companion::doctor

@@ -9,13 +9,17 @@
 #include <cstring>
 #include <utility>
 
+#include "admission/ProgramGroup.h"
 #include "base/text/DisplayText.h"
+#include "companion/doctor/OwnRefusals.h"
 #include "companion/doctor/Shortage.h"
 #include "companion/doctor/SignatureDiagnosis.h"
 
 namespace wicket::companion::doctor {
 
 namespace {
+
+using admission::Refusal;
 
 constexpr char installAgain[] = "Install Wicket again";
 constexpr mode_t programMode = 02755;
@@ -33,7 +37,7 @@ std::string unknown(const FileFacts& file) { return quotedText(file.path) + ": "
 /// The findings so far, in the order of the checks.
 class Report {
  public:
-  explicit Report(const SystemFacts& facts) : facts_(facts) {}
+  explicit Report(const SystemFacts& facts) : facts_(facts), refusals_(ownRefusals(facts)) {}
 
   std::vector<Finding> make() && {
     addKernel();
@@ -55,6 +59,8 @@ class Report {
     findings_.push_back({std::move(check), false, std::move(statement), std::move(nextStep)});
   }
 
+  [[nodiscard]] bool refuses(Refusal refusal) const { return std::ranges::find(refusals_, refusal) != refusals_.end(); }
+
   /// Whether @p error is a shortage. Then that is the finding, and nothing is known about the @p subject.
   bool addShortage(const std::string& check, const std::string& subject, int error) {
     if (!Shortage::isOne(error)) return false;
@@ -64,7 +70,7 @@ class Report {
 
   void addKernel() {
     if (addShortage("kernel", "What the kernel can do", facts_.kernel.error)) return;
-    if (!facts_.kernel.opensProcesses) {
+    if (refuses(Refusal::anotherProcess)) {
       problem("kernel", "The kernel cannot pin a process (pidfd_open)", "Use Linux 6.5 or newer");
     } else if (!facts_.kernel.namesPeerProcess) {
       // The helper then goes by the process's number and start time, which it checks again and again.
@@ -156,14 +162,14 @@ class Report {
   void addProgram() {
     const FileFacts& file = facts_.program.file;
     if (addShortage("program", "The file of this program", file.error)) return;
-    if (!file.isKnown() || !S_ISREG(file.mode)) {
+    if (refuses(Refusal::noRegularFile)) {
       problem("program", "The file of this program cannot be looked at: " + unknown(file),
               "Check that /proc is mounted");
       return;
     }
     addProgramOwner();
     addProgramMode();
-    if (facts_.program.mountIgnoresSetGroup) {
+    if (refuses(Refusal::mountIgnoresSetGroup)) {
       problem("mount", quotedText(file.path) + " lies on a file system that is mounted with nosuid",
               "Install it on a file system that is mounted without nosuid");
     } else {
@@ -179,46 +185,52 @@ class Report {
   void addProgramOwner() {
     const FileFacts& file = facts_.program.file;
     const std::string name = quotedText(file.path);
-    if (file.owner == 0) {
-      well("program-owner", "The program belongs to root");
-    } else {
+    if (refuses(Refusal::notOfRoot)) {
       problem("program-owner", name + " belongs to user " + std::to_string(file.owner) + ", not to root", repair());
+    } else {
+      well("program-owner", "The program belongs to root");
     }
     if (!facts_.group) return;
-    if (file.group == *facts_.group) {
-      well("program-group", "The program belongs to the group " + facts_.groupName);
-    } else {
+    if (refuses(Refusal::notOfTheGroup)) {
       problem("program-group",
               name + " belongs to group " + std::to_string(file.group) + ", not to " + facts_.groupName, repair());
+    } else {
+      well("program-group", "The program belongs to the group " + facts_.groupName);
     }
   }
   void addProgramMode() {
     const FileFacts& file = facts_.program.file;
     const std::string name = quotedText(file.path);
     const std::string mode = " (mode " + octal(file.permissions()) + ")";
-    constexpr mode_t givesItsGroup = S_ISGID | S_IXGRP;
-    if ((file.mode & givesItsGroup) != givesItsGroup) {
+    if (refuses(Refusal::givesNoGroup)) {
       problem("set-group", name + " has no set-group bit that counts" + mode, repair());
     } else {
       well("set-group", "The program has its set-group bit");
     }
-    if (file.isWritableByOthers()) {
+    if (refuses(Refusal::writableByOthers)) {
       problem("program-mode", name + " can be changed by others than root" + mode, repair());
     } else {
       well("program-mode", "Nobody but root can change the program");
     }
-    if (facts_.program.hasAccessControlList) {
+    if (refuses(Refusal::withoutName)) {
+      problem("program-name", name + " has been removed or replaced since it was started", "Run the command again");
+    }
+    if (refuses(Refusal::accessControlList)) {
       problem("access-control-list", name + " has an access control list", "As root: setfacl --remove-all " + name);
     }
   }
 
   void addProcess() {
     if (!addShortage("no-new-privileges", "What holds for this process", facts_.process.error)) addProcessStatus();
-    if (!facts_.process.isInFirstUserNamespace) {
+    if (refuses(Refusal::anotherUserNamespace)) {
       problem("user-namespace", "This process runs in a user namespace of its own",
               "Run the command outside of the container or sandbox");
     } else {
       well("user-namespace", "The process runs in the system's own user namespace");
+    }
+    if (refuses(Refusal::openToItsUser)) {
+      problem("open-to-its-user", "This user may trace this process, and make it do anything",
+              "Use the installed wicket command");
     }
     addProcessGroup();
   }
@@ -230,17 +242,18 @@ class Report {
     } else {
       well("no-new-privileges", "The process may gain its group");
     }
-    if (process.tracer != 0) {
+    if (refuses(Refusal::traced)) {
       problem("traced", "Process " + std::to_string(process.tracer) + " traces this one",
               "Run the command without a debugger or tracer");
     } else {
       well("traced", "Nobody traces the process");
     }
   }
+  /// What refuses is one of the two: to have another group, or to have this one in any program.
   void addProcessGroup() {
     if (!facts_.group) return;
     addOwnGroups();
-    if (facts_.process.startedWithGroup == *facts_.group) {
+    if (!refuses(Refusal::anotherGroup) || facts_.process.startedWithGroup == *facts_.group) {
       well("process-group", "The process began with the group " + facts_.groupName);
       return;
     }
@@ -250,8 +263,7 @@ class Report {
             "Correct the problems above, then run the command again");
   }
   void addOwnGroups() {
-    const std::vector<gid_t>& own = facts_.process.ownGroups;
-    if (std::ranges::find(own, *facts_.group) == own.end()) {
+    if (!refuses(Refusal::anotherGroup) || !admission::isAmong(facts_.process.ownGroups, *facts_.group)) {
       well("own-groups", "The process has the group " + facts_.groupName + " from its program alone");
       return;
     }
@@ -263,8 +275,12 @@ class Report {
   /// Of a file that could not be opened there is none to judge.
   void addSignature() {
     if (!facts_.program.file.isKnown()) return;
-    for (Finding& finding : diagnose(facts_.program.signature, facts_.program.file.path)) {
+    for (Finding& finding : diagnose(facts_.program.signature, refusals_, facts_.program.file.path)) {
       findings_.push_back(std::move(finding));
+    }
+    if (refuses(Refusal::changed)) {
+      problem("program-changed", quotedText(facts_.program.file.path) + " was changed while it was looked at",
+              "Run the command again");
     }
   }
 
@@ -290,6 +306,7 @@ class Report {
   }
 
   const SystemFacts& facts_;
+  const std::vector<Refusal> refusals_;
   std::vector<Finding> findings_;
 };
 

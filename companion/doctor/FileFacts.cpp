@@ -10,7 +10,14 @@ namespace {
 
 FileFacts factsFrom(const std::string& path, int error, const struct stat& status) {
   if (error != 0) return {path, error};
-  return {path, 0, status.st_mode, status.st_uid, status.st_gid};
+  return {path,
+          0,
+          status.st_mode,
+          status.st_uid,
+          status.st_gid,
+          status.st_nlink,
+          status.st_ctim.tv_sec,
+          status.st_ctim.tv_nsec};
 }
 
 }  // namespace

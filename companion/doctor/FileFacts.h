@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -15,6 +16,11 @@ struct FileFacts {
   mode_t mode = 0;
   uid_t owner = 0;
   gid_t group = 0;
+  nlink_t links = 1;
+  std::int64_t changeSeconds = 0;  ///< of the last change of its content or its attributes
+  std::int64_t changeNanoseconds = 0;
+
+  bool operator==(const FileFacts&) const = default;
 
   [[nodiscard]] bool isKnown() const { return error == 0; }
   [[nodiscard]] bool isWritableByOthers() const { return (mode & (S_IWGRP | S_IWOTH)) != 0; }

@@ -2,14 +2,18 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "companion/doctor/SignatureDiagnosis.h"
 
+#include <algorithm>
 #include <cstring>
 
+#include "admission/Entitlements.h"
 #include "base/text/DisplayText.h"
 #include "companion/doctor/Shortage.h"
 
 namespace wicket::companion::doctor {
 
 namespace {
+
+using admission::Refusal;
 
 /// About a signature of which nothing is known.
 Finding findingAboutFailure(const SignatureFacts& signature, const std::string& name) {
@@ -40,19 +44,30 @@ Finding findingAboutState(const SignatureFacts& signature, const std::string& na
   return {"signature", true, "The program is signed and unaltered", {}};
 }
 
-std::string joined(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
+bool contains(const std::vector<Refusal>& refusals, Refusal refusal) {
+  return std::ranges::find(refusals, refusal) != refusals.end();
 }
 
-Finding findingAboutEntitlements(const SignatureFacts& signature) {
-  if (!signature.hasEntitlements) {
+/// Those that let other code into the program.
+std::string openDoors(const SignatureFacts& signature, const std::vector<Refusal>& refusals) {
+  std::string doors;
+  for (const auto& [refusal, name] : admission::problematicEntitlements) {
+    if (!contains(refusals, refusal)) continue;
+    doors += (doors.empty() ? "" : ", ") + std::string(name);
+    if (admission::stateOf(*signature.entitlements, name) == admission::EntitlementState::noNumber)
+      doors += " (not a number: the helper ends at it)";
+  }
+  return doors;
+}
+
+Finding findingAboutEntitlements(const SignatureFacts& signature, const std::vector<Refusal>& refusals) {
+  if (contains(refusals, Refusal::withoutEntitlements)) {
     return {"entitlements", false, "The signature has no entitlements, not even an empty list",
             "Sign it again with --entitlements"};
   }
-  if (!signature.openDoors.empty()) {
-    return {"entitlements", false, "The signature lets other code into the program: " + joined(signature.openDoors),
+  const std::string doors = openDoors(signature, refusals);
+  if (!doors.empty()) {
+    return {"entitlements", false, "The signature lets other code into the program: " + doors,
             "Sign it again without these entitlements"};
   }
   return {"entitlements", true, "No entitlement lets other code into the program", {}};
@@ -60,7 +75,8 @@ Finding findingAboutEntitlements(const SignatureFacts& signature) {
 
 }  // namespace
 
-std::vector<Finding> diagnose(const SignatureFacts& signature, const std::string& path) {
+std::vector<Finding> diagnose(const SignatureFacts& signature, const std::vector<Refusal>& refusals,
+                              const std::string& path) {
   if (signature.error != 0 || !signature.missingLibrary.empty())
     return {findingAboutFailure(signature, quotedText(path))};
   std::vector<Finding> findings{findingAboutState(signature, quotedText(path))};
@@ -68,19 +84,19 @@ std::vector<Finding> diagnose(const SignatureFacts& signature, const std::string
   if (signature.state != SignatureFacts::State::holds && signature.state != SignatureFacts::State::altered) {
     return findings;
   }
-  if (signature.isHardened) {
-    findings.push_back({"runtime", true, "The program is signed with the hardened runtime", {}});
-  } else {
+  if (contains(refusals, Refusal::notHardened)) {
     findings.push_back({"runtime", false, "The program is signed without the hardened runtime",
                         "Sign it again with --options runtime"});
-  }
-  findings.push_back(findingAboutEntitlements(signature));
-  if (signature.meetsRequirement) {
-    findings.push_back({"requirement", true, "The signature meets the helper's requirement", {}});
   } else {
+    findings.push_back({"runtime", true, "The program is signed with the hardened runtime", {}});
+  }
+  findings.push_back(findingAboutEntitlements(signature, refusals));
+  if (contains(refusals, Refusal::requirementNotMet)) {
     findings.push_back({"requirement", false,
                         "The signature does not meet the helper's requirement: " + signature.requirement,
                         "Sign it with that identifier and certificate"});
+  } else {
+    findings.push_back({"requirement", true, "The signature meets the helper's requirement", {}});
   }
   return findings;
 }

@@ -2,11 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "companion/doctor/SignatureExamination.h"
 
-#include <array>
-#include <cmath>
-#include <cstdint>
 #include <set>
-#include <string_view>
 
 #include "codesign/requirement/RequirementEvaluator.h"
 #include "codesign/requirement/RequirementParser.h"
@@ -17,16 +13,8 @@ namespace wicket::companion::doctor {
 namespace {
 
 using codesign::CodeDirectory;
-using codesign::PropertyValue;
 using codesign::SignatureVerifier;
 using codesign::SigningFailure;
-
-/// Those that the helper looks at.
-constexpr std::array<std::string_view, 3> doors{
-    "com.apple.security.get-task-allow",
-    "com.apple.security.cs.disable-library-validation",
-    "com.apple.security.cs.allow-dyld-environment-variables",
-};
 
 SignatureFacts::State stateAfter(SigningFailure failure) {
   using State = SignatureFacts::State;
@@ -51,35 +39,9 @@ SignatureFacts::State stateAfter(SigningFailure failure) {
   }
 }
 
-enum class Door { shut, open, unclear };
-
-/// A value that is no 64-bit integer ends the helper, so it is as bad as an open door.
-Door doorOf(const PropertyValue& value) {
-  if (const auto* const truth = value.as<bool>()) return *truth ? Door::open : Door::shut;
-  if (const auto* const number = value.as<std::int64_t>()) return *number == 1 ? Door::open : Door::shut;
-  const auto* const real = value.as<double>();
-  constexpr double limit = 9223372036854775808.0;
-  const bool isInteger = real != nullptr && *real >= -limit && *real < limit && std::trunc(*real) == *real;
-  if (!isInteger) return Door::unclear;
-  return *real == 1.0 ? Door::open : Door::shut;
-}
-
-std::vector<std::string> openDoorsIn(const codesign::PropertyDictionary& entitlements) {
-  std::vector<std::string> open;
-  for (const std::string_view name : doors) {
-    const auto found = entitlements.find(name);
-    if (found == entitlements.end()) continue;
-    const Door door = doorOf(found->second);
-    if (door != Door::shut)
-      open.push_back(std::string(name) + (door == Door::unclear ? " (not a number: the helper ends at it)" : ""));
-  }
-  return open;
-}
-
 void describe(const CodeDirectory& directory, SignatureFacts& facts) {
-  facts.isHardened = (directory.flags & CodeDirectory::runtimeFlag) != 0;
-  facts.hasEntitlements = directory.entitlements.has_value();
-  if (directory.entitlements) facts.openDoors = openDoorsIn(*directory.entitlements);
+  facts.flags = directory.flags;
+  if (directory.entitlements) facts.entitlements = admission::entitlementsFrom(*directory.entitlements);
 }
 
 /// Without a bundle around the program there is no other information about it.

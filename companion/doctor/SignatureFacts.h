@@ -2,8 +2,11 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
-#include <vector>
+
+#include "admission/Entitlements.h"
 
 namespace wicket::companion::doctor {
 
@@ -24,10 +27,9 @@ struct SignatureFacts {
   std::string reason{};  ///< a sentence without its full stop when the signature does not hold
 
   // The rest says something only about a signature that leads to the anchor.
-  bool isHardened = false;
-  bool hasEntitlements = false;
-  std::vector<std::string> openDoors{};  ///< entitlements that let other code into the program
-  std::string requirement{};             ///< what the helper demands
+  std::optional<std::uint32_t> flags{};
+  std::optional<admission::EntitlementsDictionary> entitlements{};
+  std::string requirement{};  ///< what the helper demands
   bool meetsRequirement = false;
 };
 

@@ -101,6 +101,12 @@ std::vector<gid_t> ownGroups() {
   return groups;
 }
 
+/// Of this process, to whom the kernel shows it as belonging.
+uid_t shownOwner() {
+  struct stat link{};
+  return ::lstat(ownExecutable, &link) == 0 ? link.st_uid : ::geteuid();
+}
+
 SystemFacts::Process gatherProcess(gid_t startedWithGroup) {
   const int error = std::ifstream(ownStatus).is_open() ? 0 : Shortage::behind();
   return {startedWithGroup,
@@ -108,7 +114,9 @@ SystemFacts::Process gatherProcess(gid_t startedWithGroup) {
           error,
           statusNumber("NoNewPrivs:") != 0,
           static_cast<pid_t>(statusNumber("TracerPid:")),
-          isInFirstUserNamespace()};
+          isInFirstUserNamespace(),
+          ::geteuid(),
+          shownOwner()};
 }
 
 std::string pathOfOwnExecutable() {
@@ -123,7 +131,7 @@ SignatureFacts signatureOf(int descriptor) {
     return {.state = SignatureFacts::State::notTrusted, .reason = "The anchor of this build is no certificate"};
   if (auto missing = codesign::PropertyListLibrary::missing(); !missing.empty())
     return {.error = Shortage::behind(), .missingLibrary = std::move(missing)};
-  auto facts = examineSignature(descriptor, *anchor, std::string(CompanionRequirement::text()));
+  auto facts = examineSignature(descriptor, *anchor, CompanionRequirement::text());
   if (facts.state == SignatureFacts::State::unreadable) facts.error = Shortage::behind();
   return facts;
 }
@@ -138,6 +146,7 @@ SystemFacts::Program gatherProgram() {
   program.mountIgnoresSetGroup = ::fstatvfs(file.get(), &mount) == 0 && (mount.f_flag & ST_NOSUID) != 0;
   program.hasAccessControlList = hasAccessControlList(file.get());
   program.signature = signatureOf(file.get());
+  program.hasChanged = !(FileFacts::of(file.get(), program.file.path, 0) == program.file);
   return program;
 }
 

@@ -24,12 +24,15 @@ struct SystemFacts {
     bool hasNoNewPrivileges = false;
     pid_t tracer = 0;  ///< 0: nobody
     bool isInFirstUserNamespace = true;
+    uid_t user = 0;
+    uid_t shownOwner = 0;  ///< to whom the kernel says that it belongs
   };
   struct Program {
     FileFacts file{};
     bool mountIgnoresSetGroup = false;
     bool hasAccessControlList = false;  ///< which can let others change it, whatever its mode says
     SignatureFacts signature{};
+    bool hasChanged = false;  ///< while it was looked at
   };
   struct Kernel {
     int error = 0;                 ///< why the rest is not known

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "admission/Facts.h"
 #include "helper/platform/AuditToken.h"
 #include "helper/platform/SigningInformation.h"
 
@@ -30,7 +31,7 @@ inline constexpr CodeSigningStatus invalidAttributeValues = -67066;
 /// Which information to gather: the value of "dynamic information".
 inline constexpr std::uint32_t dynamicInformation = 8;
 /// The bit of SigningInformation::flags that says that the program runs hardened.
-inline constexpr std::uint32_t codeSignatureRuntime = 0x10000;
+inline constexpr std::uint32_t codeSignatureRuntime = admission::SignatureFacts::hardenedRuntime;
 
 /// A running program, pinned: it never comes to mean another one. Opaque.
 class Code {

@@ -2,63 +2,41 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "helper/security/CodesignCheck.h"
 
-#include <array>
-#include <cmath>
+#include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
-#include <string_view>
 
+#include "admission/Checks.h"
+#include "admission/Requirement.h"
 #include "helper/clients/FatalError.h"
 #include "helper/security/AuditToken.h"
 #include "helper/security/SigningCertificate.h"
+#include "protocol/Identifier.h"
 
 namespace wicket {
 namespace {
 
-constexpr std::string_view companionIdentifier = "net.orvane.Wicket";
+using admission::Refusal;
 
-/// Each lets code into the companion that its maker has not signed.
-constexpr std::array<std::string_view, 3> problematicEntitlements{
-    "com.apple.security.get-task-allow",
-    "com.apple.security.cs.disable-library-validation",
-    "com.apple.security.cs.allow-dyld-environment-variables",
-};
+class InformationFacts final : public admission::SignatureFacts {
+ public:
+  explicit InformationFacts(const SigningInformation& information) : information_(information) {}
+  std::optional<std::uint32_t> flags() override { return information_.flags; }
+  const std::optional<EntitlementsDictionary>& entitlements() override { return information_.entitlementsDict; }
 
-std::string requirementString() {
-  std::string requirement = "anchor apple generic and identifier \"";
-  requirement += companionIdentifier;
-  requirement += "\" and certificate leaf[subject.CN] = \"";
-  requirement += SigningCertificate::commonName();
-  requirement += "\"";
-  return requirement;
-}
-
-struct AsInteger {
-  std::optional<std::int64_t> operator()(bool value) const { return value ? 1 : 0; }
-  std::optional<std::int64_t> operator()(std::int64_t value) const { return value; }
-  /// Only a whole number is an integer: nothing is rounded into harmlessness.
-  std::optional<std::int64_t> operator()(double value) const {
-    constexpr double limit = 9223372036854775808.0;
-    const bool isRepresentable = value >= -limit && value < limit && std::trunc(value) == value;
-    return isRepresentable ? std::optional(static_cast<std::int64_t>(value)) : std::nullopt;
-  }
-  std::optional<std::int64_t> operator()(NonNumericValue /*value*/) const { return std::nullopt; }
+ private:
+  const SigningInformation& information_;
 };
 
 /// There is no fallback on purpose: a client whose entitlements mean something else than was foreseen
 /// is neither served nor refused as if nothing had happened.
-std::int64_t integerOf(const EntitlementsDictionary::value_type& entitlement) {
-  const auto& [name, value] = entitlement;
-  const auto integer = std::visit(AsInteger{}, value);
-  if (!integer) fatalError("CodesignCheck", "The entitlement " + name + " is not a number.");
-  return *integer;
-}
-
-bool isSet(const EntitlementsDictionary& entitlements, std::string_view name) {
-  const auto found = entitlements.find(name);
-  return found != entitlements.end() && integerOf(*found) == 1;
+void endUnlessUnderstood(Refusal refusal, const EntitlementsDictionary& entitlements) {
+  const auto* const entitlement =
+      std::ranges::find(admission::problematicEntitlements, refusal, &admission::ProblematicEntitlement::refusal);
+  if (entitlement == admission::problematicEntitlements.end()) return;
+  if (admission::stateOf(entitlements, entitlement->name) != admission::EntitlementState::noNumber) return;
+  fatalError("CodesignCheck", "The entitlement " + std::string(entitlement->name) + " is not a number.");
 }
 
 }  // namespace
@@ -83,17 +61,16 @@ bool CodesignCheck::codeReferencesFromAuditToken(CodeSigningServices& services, 
 
 bool CodesignCheck::verifyHardenedRuntime(CodeSigningServices& services, StaticCode& staticCode) {
   const auto information = services.copySigningInformation(staticCode, dynamicInformation);
-  if (!information || !information->flags) return false;
-  if ((*information->flags & codeSignatureRuntime) == 0) return false;
-  if (!information->entitlementsDict) return false;
-  for (const std::string_view name : problematicEntitlements) {
-    if (isSet(*information->entitlementsDict, name)) return false;
-  }
-  return true;
+  if (!information) return false;
+  InformationFacts facts(*information);
+  const auto refusal = admission::firstRefusal(facts);
+  if (refusal && information->entitlementsDict) endUnlessUnderstood(*refusal, *information->entitlementsDict);
+  return !refusal;
 }
 
 bool CodesignCheck::verifyWithRequirementString(CodeSigningServices& services, Code& code) {
-  const auto requirement = services.createRequirement(requirementString());
+  const auto requirement =
+      services.createRequirement(admission::requirementText(Identifier::wicket, SigningCertificate::commonName()));
   // A null requirement would be met by everybody.
   if (!requirement || *requirement == nullptr) return false;
   return services.checkValidity(code, **requirement) == code_signing_status::success;

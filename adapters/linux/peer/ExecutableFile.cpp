@@ -3,57 +3,67 @@
 #include "adapters/linux/peer/ExecutableFile.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <string>
 #include <sys/statvfs.h>
 #include <sys/xattr.h>
 
+#include "admission/Checks.h"
 #include "base/system/linux/Shortage.h"
 
 namespace wicket::linux_adapter {
 namespace {
 
-std::string linkTo(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
+/// The file is held without being opened, so that no device and no pipe notices, and nothing waits.
+class HeldFile final : public admission::ExecutableFacts {
+ public:
+  HeldFile(const std::string& path, gid_t group) : group_(group), held_(::open(path.c_str(), O_PATH | O_CLOEXEC)) {
+    if (!held_.isOpen() || ::fstat(held_.get(), &status_) != 0) ShortageWatch::note();
+  }
 
-/// The set-group bit means that only together with the group's right to execute.
-bool givesItsGroup(mode_t mode) { return (mode & (S_ISGID | S_IXGRP)) == (S_ISGID | S_IXGRP); }
+  /// Not if it cannot be seen.
+  bool isRegular() override { return S_ISREG(status_.st_mode); }
+  std::uint32_t owner() override { return status_.st_uid; }
+  bool isOfCompanionGroup() override { return status_.st_gid == group_; }
+  std::uint32_t permissions() override { return status_.st_mode & 07777U; }
+  std::uint64_t links() override { return status_.st_nlink; }
+  /// Otherwise the file may have got its owner and bits where they mean nothing.
+  bool isOnMountWithSetGroup() override {
+    struct statvfs fileSystem{};
+    return ::fstatvfs(held_.get(), &fileSystem) == 0 && (fileSystem.f_flag & ST_NOSUID) == 0;
+  }
+  /// The mode does not show who else may write.
+  bool hasAccessControlList() override {
+    const std::string path = link();
+    if (::getxattr(path.c_str(), "system.posix_acl_access", nullptr, 0) >= 0) return true;
+    return errno != ENODATA && errno != EOPNOTSUPP;
+  }
 
-bool isTrustworthy(const struct stat& status, gid_t group) {
-  if (!S_ISREG(status.st_mode) || status.st_uid != 0 || status.st_gid != group || status.st_nlink < 1) return false;
-  return givesItsGroup(status.st_mode) && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-}
+  [[nodiscard]] const struct stat& status() const { return status_; }
+  [[nodiscard]] Descriptor openForReading() const {
+    return Descriptor(::open(link().c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  }
 
-/// Otherwise the file may have got its owner and bits where they mean nothing.
-bool bitsCountOnFileSystemOf(int descriptor) {
-  struct statvfs fileSystem{};
-  return ::fstatvfs(descriptor, &fileSystem) == 0 && (fileSystem.f_flag & ST_NOSUID) == 0;
-}
+ private:
+  [[nodiscard]] std::string link() const { return "/proc/self/fd/" + std::to_string(held_.get()); }
 
-/// The mode does not show who else may write.
-bool hasAccessControlList(const std::string& path) {
-  if (::getxattr(path.c_str(), "system.posix_acl_access", nullptr, 0) >= 0) return true;
-  return errno != ENODATA && errno != EOPNOTSUPP;
-}
-
-std::nullopt_t unseen() {
-  ShortageWatch::note();
-  return std::nullopt;
-}
+  const gid_t group_;
+  const Descriptor held_;
+  struct stat status_{};
+};
 
 }  // namespace
 
 std::optional<ExecutableFile> ExecutableFile::ofProcess(const ProcessFiles& process, gid_t group) {
-  // Holds the file without opening it, so that no device and no pipe notices, and nothing waits.
-  const Descriptor held(::open(process.path("exe").c_str(), O_PATH | O_CLOEXEC));
-  struct stat status{};
-  if (!held.isOpen() || ::fstat(held.get(), &status) != 0) return unseen();
-  const std::string path = linkTo(held.get());
-  if (!isTrustworthy(status, group) || !bitsCountOnFileSystemOf(held.get()) || hasAccessControlList(path)) {
+  HeldFile held(process.path("exe"), group);
+  if (admission::firstRefusal(held)) return std::nullopt;
+  Descriptor opened = held.openForReading();
+  if (!opened.isOpen()) {
+    ShortageWatch::note();
     return std::nullopt;
   }
-  Descriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  if (!opened.isOpen()) return unseen();
-  ExecutableFile file(std::move(opened), status);
+  ExecutableFile file(std::move(opened), held.status());
   return file.isUnchanged() ? std::optional(std::move(file)) : std::nullopt;
 }
 

@@ -8,6 +8,7 @@
 
 #include "adapters/linux/peer/AuditTokenWords.h"
 #include "adapters/linux/peer/PeerProcess.h"
+#include "admission/Checks.h"
 #include "base/system/linux/ProcessFiles.h"
 
 namespace wicket::linux_adapter {
@@ -18,47 +19,64 @@ bool isNamedBy(const AuditTokenWords& words, const Pidfd& pidfd) {
   return version && words.pidVersion != 0 && static_cast<std::uint32_t>(*version) == words.pidVersion;
 }
 
-bool isTraced(const ProcessFiles& process) {
+bool isTracedNow(const ProcessFiles& process) {
   const auto status = process.read("status");
   return !status || ProcessFiles::statusNumber(*status, "TracerPid") != 0U;
 }
 
-/// Users and groups of another user namespace may mean somebody else, and who made it rules there.
-bool isInThisUserNamespace(const ProcessFiles& process) {
-  const auto theirs = process.target("ns/user");
-  struct stat ours{};
-  if (!theirs || ::stat("/proc/self/ns/user", &ours) != 0) return false;
-  return theirs->st_dev == ours.st_dev && theirs->st_ino == ours.st_ino;
-}
+/// What the kernel says about the process that a token names, which is pinned before anything is read of it.
+class TokenFacts final : public admission::ProcessFacts {
+ public:
+  TokenFacts(const AuditTokenWords& words, gid_t group) : words_(words), group_(group), process_(pid()) {}
 
-/// Everything in /proc belongs to root for a process that its own user may neither trace nor read. One
-/// that its user may trace can be made to do anything.
-bool isOpenToItsUser(const ProcessFiles& process, uid_t user) {
-  struct stat link{};
-  if (user == 0) return false;
-  return ::lstat(process.path("exe").c_str(), &link) != 0 || link.st_uid != 0;
+  bool hasCompanionGroup() override { return words_.egid == group_; }
+  bool isWhoConnected() override {
+    if (words_.pid == 0 || !std::in_range<pid_t>(words_.pid)) return false;
+    pidfd_ = Pidfd::open(pid());
+    return pidfd_.isOpen() && isNamedBy(words_, pidfd_);
+  }
+  bool isTraced() override { return isTracedNow(process_); }
+  bool isInSystemsUserNamespace() override {
+    const auto theirs = process_.target("ns/user");
+    struct stat ours{};
+    if (!theirs || ::stat("/proc/self/ns/user", &ours) != 0) return false;
+    return theirs->st_dev == ours.st_dev && theirs->st_ino == ours.st_ino;
+  }
+  std::uint32_t user() override { return words_.euid; }
+  std::uint32_t shownOwner() override {
+    struct stat link{};
+    return ::lstat(process_.path("exe").c_str(), &link) == 0 ? link.st_uid : words_.euid;
+  }
+
+  [[nodiscard]] const ProcessFiles& process() const { return process_; }
+  [[nodiscard]] pid_t pid() const { return static_cast<pid_t>(words_.pid); }
+  [[nodiscard]] bool isAlive() const { return pidfd_.isAlive(); }
+  [[nodiscard]] Pidfd pidfd() && { return std::move(pidfd_); }
+
+ private:
+  const AuditTokenWords words_;
+  const gid_t group_;
+  const ProcessFiles process_;
+  Pidfd pidfd_{Descriptor()};
+};
+
+CodeSigningStatus statusOf(admission::Refusal refusal) {
+  using admission::Refusal;
+  const bool isNone = refusal == Refusal::anotherGroup || refusal == Refusal::anotherProcess;
+  return isNone ? code_signing_status::noSuchCode : code_signing_status::guestInvalid;
 }
 
 }  // namespace
 
 std::expected<std::shared_ptr<LinuxCode>, CodeSigningStatus> LinuxCode::ofToken(const AuditTokenData& token,
                                                                                 gid_t group) {
-  const auto words = AuditTokenWords::of(token);
-  if (words.egid != group || words.pid == 0 || !std::in_range<pid_t>(words.pid)) {
-    return std::unexpected(code_signing_status::noSuchCode);
-  }
-  const auto pid = static_cast<pid_t>(words.pid);
-  Pidfd pidfd = Pidfd::open(pid);
-  if (!pidfd.isOpen() || !isNamedBy(words, pidfd)) return std::unexpected(code_signing_status::noSuchCode);
-  const ProcessFiles process(pid);
-  if (isTraced(process) || !isInThisUserNamespace(process) || isOpenToItsUser(process, words.euid)) {
-    return std::unexpected(code_signing_status::guestInvalid);
-  }
-  auto file = ExecutableFile::ofProcess(process, group);
+  TokenFacts facts(AuditTokenWords::of(token), group);
+  if (const auto refusal = admission::firstRefusal(facts)) return std::unexpected(statusOf(*refusal));
+  auto file = ExecutableFile::ofProcess(facts.process(), group);
   if (!file) return std::unexpected(code_signing_status::guestInvalid);
   // Alive after /proc was read: so all of that was about this process.
-  if (!pidfd.isAlive()) return std::unexpected(code_signing_status::noSuchCode);
-  return std::make_shared<LinuxCode>(std::move(pidfd), pid, std::move(*file));
+  if (!facts.isAlive()) return std::unexpected(code_signing_status::noSuchCode);
+  return std::make_shared<LinuxCode>(std::move(facts).pidfd(), facts.pid(), std::move(*file));
 }
 
 LinuxCode::LinuxCode(Pidfd pidfd, pid_t pid, ExecutableFile file)
@@ -68,7 +86,7 @@ bool LinuxCode::isUnchanged() const {
   const ProcessFiles process(pid_);
   const auto running = process.target("exe");
   const bool isSameFile = running && FileIdentity::of(*running) == staticCode_->file().identity();
-  return isSameFile && staticCode_->file().isUnchanged() && !isTraced(process) && pidfd_.isAlive();
+  return isSameFile && staticCode_->file().isUnchanged() && !isTracedNow(process) && pidfd_.isAlive();
 }
 
 }  // namespace wicket::linux_adapter

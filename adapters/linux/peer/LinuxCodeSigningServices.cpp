@@ -2,10 +2,11 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/peer/LinuxCodeSigningServices.h"
 
+#include <functional>
 #include <utility>
-#include <variant>
 
 #include "adapters/linux/peer/LinuxCode.h"
+#include "admission/Checks.h"
 #include "codesign/requirement/RequirementEvaluator.h"
 #include "codesign/requirement/RequirementParser.h"
 
@@ -14,23 +15,14 @@ namespace {
 
 using codesign::SigningFailure;
 
-EntitlementValue entitlementValue(const codesign::PropertyValue& value) {
-  if (const auto* const truth = value.as<bool>()) return *truth;
-  if (const auto* const integer = value.as<std::int64_t>()) return *integer;
-  if (const auto* const real = value.as<double>()) return *real;
-  return NonNumericValue{};
-}
-
 SigningInformation informationOf(const codesign::CodeDirectory& directory) {
   SigningInformation information;
   information.flags = directory.flags;
-  if (!directory.entitlements) return information;
-  auto& dictionary = information.entitlementsDict.emplace();
-  for (const auto& [name, value] : *directory.entitlements) dictionary.emplace(name, entitlementValue(value));
+  if (directory.entitlements) information.entitlementsDict = admission::entitlementsFrom(*directory.entitlements);
   return information;
 }
 
-CodeSigningStatus statusOf(SigningFailure failure) {
+CodeSigningStatus statusAfter(SigningFailure failure) {
   switch (failure) {
     case SigningFailure::notSigned:
       return code_signing_status::unsignedCode;
@@ -42,6 +34,33 @@ CodeSigningStatus statusOf(SigningFailure failure) {
       return code_signing_status::signatureFailed;
   }
 }
+
+/// What a signature says, held against the process.
+class SignedFacts final : public admission::ValidityFacts {
+ public:
+  using Comparison = std::function<std::expected<void, SigningFailure>()>;
+
+  SignedFacts(std::function<bool()> meets, Comparison compare, std::function<bool()> isUnchanged)
+      : meets_(std::move(meets)), compare_(std::move(compare)), isUnchanged_(std::move(isUnchanged)) {}
+
+  bool meetsRequirement() override { return meets_(); }
+  bool isWhatWasSigned() override {
+    compared_ = compare_();
+    return compared_.has_value();
+  }
+  bool isUnchanged() override { return isUnchanged_(); }
+
+  [[nodiscard]] CodeSigningStatus statusOf(admission::Refusal refusal) const {
+    if (refusal == admission::Refusal::requirementNotMet) return code_signing_status::requirementFailed;
+    return compared_ ? code_signing_status::guestInvalid : statusAfter(compared_.error());
+  }
+
+ private:
+  const std::function<bool()> meets_;
+  const Comparison compare_;
+  const std::function<bool()> isUnchanged_;
+  std::expected<void, SigningFailure> compared_;
+};
 
 class LinuxRequirement final : public Requirement {
  public:
@@ -73,7 +92,7 @@ std::expected<SigningInformation, CodeSigningStatus> LinuxCodeSigningServices::c
   const auto signature = files_.signatureOf(executable->file());
   if (signature) return informationOf((*signature)->directory);
   if (signature.error() == SigningFailure::notSigned) return SigningInformation{};
-  return std::unexpected(statusOf(signature.error()));
+  return std::unexpected(statusAfter(signature.error()));
 }
 
 std::expected<std::shared_ptr<Requirement>, CodeSigningStatus> LinuxCodeSigningServices::createRequirement(
@@ -90,12 +109,12 @@ CodeSigningStatus LinuxCodeSigningServices::checkValidity(Code& code, const Requ
   if (compiled == nullptr) return code_signing_status::requirementInvalid;
   const ExecutableFile& file = process->staticCode()->file();
   const auto signature = files_.signatureOf(file);
-  if (!signature) return statusOf(signature.error());
-  // The digest is what takes long: only a program that would get in is worth it.
-  if (!meets(**signature, compiled->expression)) return code_signing_status::requirementFailed;
-  const auto compared = files_.compareDigest(file, (*signature)->directory);
-  if (!compared) return statusOf(compared.error());
-  return process->isUnchanged() ? code_signing_status::success : code_signing_status::guestInvalid;
+  if (!signature) return statusAfter(signature.error());
+  SignedFacts facts([&] { return meets(**signature, compiled->expression); },
+                    [&] { return files_.compareDigest(file, (*signature)->directory); },
+                    [&] { return process->isUnchanged(); });
+  const auto refusal = admission::firstRefusal(facts);
+  return refusal ? facts.statusOf(*refusal) : code_signing_status::success;
 }
 
 bool LinuxCodeSigningServices::meets(const codesign::FileSignature& signature,

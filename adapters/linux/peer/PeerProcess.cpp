@@ -2,13 +2,13 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "adapters/linux/peer/PeerProcess.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <sys/socket.h>
 #include <utility>
 #include <vector>
 
 #include "adapters/linux/peer/AuditTokenWords.h"
+#include "admission/ProgramGroup.h"
 #include "base/system/linux/ProcessFiles.h"
 #include "base/system/linux/Shortage.h"
 
@@ -48,9 +48,10 @@ std::optional<std::vector<gid_t>> groupsOfPeer(int socket) {
   }
 }
 
-/// Whether a process with these groups needed no executable to have its effective group.
-bool hasGroupItself(const AuditTokenWords& words, const std::vector<gid_t>& groups) {
-  return words.rgid == words.egid || std::ranges::find(groups, words.egid) != groups.end();
+/// The effective group if only its executable can have given it; else one that tells nothing.
+std::uint32_t groupToTell(const AuditTokenWords& words, std::vector<gid_t> own) {
+  own.push_back(words.rgid);
+  return admission::groupFromProgram(words.egid, own).value_or(AuditTokenWords::unset);
 }
 
 /// The credentials alone, as they are left when the process has gone.
@@ -95,7 +96,7 @@ std::expected<PeerProcess, int> PeerProcess::ofSocket(int descriptor) {
   const auto groups = groupsOfPeer(descriptor);
   addProcFacts(words, ProcessFiles(credentials.pid));
   if (ShortageWatch::hasSeenOne()) return std::unexpected(ENOMEM);
-  if (!groups || hasGroupItself(words, *groups)) words.egid = AuditTokenWords::unset;
+  words.egid = groups ? groupToTell(words, *groups) : AuditTokenWords::unset;
   // Alive after /proc was read: so the number belonged to this process all the time.
   if (!version || !pidfd.isAlive()) return peer;
   words.pidVersion = static_cast<std::uint32_t>(*version);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "admission/Facts.h"
 #include "companion/doctor/Diagnosis.h"
 #include "companion/doctor/HelperAnswer.h"
 
@@ -29,8 +30,8 @@ SystemFacts healthySystem() {
   facts.process.startedWithGroup = wicketGroup;
   facts.program.file = {"/usr/bin/wicket", 0, S_IFREG | 02755, 0, wicketGroup};
   facts.program.signature.state = SignatureFacts::State::holds;
-  facts.program.signature.isHardened = true;
-  facts.program.signature.hasEntitlements = true;
+  facts.program.signature.flags = admission::SignatureFacts::hardenedRuntime;
+  facts.program.signature.entitlements.emplace();
   facts.program.signature.requirement = "identifier \"net.orvane.Wicket\"";
   facts.program.signature.meetsRequirement = true;
   facts.polkit.action = {"/usr/share/polkit-1/actions/wicket.policy", 0, S_IFREG | 0644, 0, 0};
@@ -129,11 +130,12 @@ const std::vector<Disorder> disorders{
      "whom this build trusts", "same build"},
     {"Altered", [](SystemFacts& f) { f.program.signature.state = State::altered; }, "signature", "has been altered",
      "install Wicket again"},
-    {"NotHardened", [](SystemFacts& f) { f.program.signature.isHardened = false; }, "runtime", "hardened runtime",
+    {"NotHardened", [](SystemFacts& f) { f.program.signature.flags = 0; }, "runtime", "hardened runtime",
      "--options runtime"},
-    {"NoEntitlements", [](SystemFacts& f) { f.program.signature.hasEntitlements = false; }, "entitlements",
+    {"NoEntitlements", [](SystemFacts& f) { f.program.signature.entitlements.reset(); }, "entitlements",
      "no entitlements", "--entitlements"},
-    {"OpenDoor", [](SystemFacts& f) { f.program.signature.openDoors = {"com.apple.security.get-task-allow"}; },
+    {"OpenDoor",
+     [](SystemFacts& f) { f.program.signature.entitlements = {{"com.apple.security.get-task-allow", true}}; },
      "entitlements", "com.apple.security.get-task-allow", "without these entitlements"},
     {"RequirementNotMet", [](SystemFacts& f) { f.program.signature.meetsRequirement = false; }, "requirement",
      "identifier \"net.orvane.Wicket\"", "certificate"},
@@ -144,6 +146,12 @@ const std::vector<Disorder> disorders{
      "(mode 2745)", "chmod 2755"},
     {"AccessControlList", [](SystemFacts& f) { f.program.hasAccessControlList = true; }, "access-control-list",
      "access control list", "setfacl --remove-all"},
+    {"ProcessThatItsUserMayTrace", [](SystemFacts& f) { f.process.user = f.process.shownOwner = 1000; },
+     "open-to-its-user", "may trace this process", "the installed wicket command"},
+    {"ProgramRemoved", [](SystemFacts& f) { f.program.file.links = 0; }, "program-name", "removed or replaced",
+     "Run the command again"},
+    {"ProgramChangedMeanwhile", [](SystemFacts& f) { f.program.hasChanged = true; }, "program-changed",
+     "while it was looked at", "Run the command again"},
     {"KernelWithoutPidfd", [](SystemFacts& f) { f.kernel.opensProcesses = false; }, "kernel", "pidfd_open", "Linux"},
 };
 
@@ -171,6 +179,19 @@ TEST(DiagnosisTest, AKernelThatNamesOnlyTheNumberOfAProcessIsWellEnough) {
   EXPECT_THAT(diagnose(facts).front().statement, HasSubstr("SO_PEERPIDFD"));
 }
 
+TEST(DiagnosisTest, RootMayTraceEveryProcessAndInAnotherUserNamespaceTheOwnerSaysNothing) {
+  SystemFacts facts = healthySystem();
+  facts.process.user = 1000;
+  EXPECT_THAT(problemsOf(facts), IsEmpty());
+  facts.process.shownOwner = 65534;
+  EXPECT_EQ(problemsOf(facts).size(), 1U);
+  facts.process.user = 0;
+  EXPECT_THAT(problemsOf(facts), IsEmpty());
+  facts.process.user = 1000;
+  facts.process.isInFirstUserNamespace = false;
+  EXPECT_THAT(problemsOf(facts), ElementsAre(testing::Field(&Finding::check, "user-namespace")));
+}
+
 TEST(DiagnosisTest, WithoutTheGroupNothingIsSaidAboutWhatShouldBelongToIt) {
   SystemFacts facts = healthySystem();
   facts.group.reset();
@@ -182,7 +203,8 @@ TEST(DiagnosisTest, WithoutTheGroupNothingIsSaidAboutWhatShouldBelongToIt) {
 
 TEST(DiagnosisTest, WhatAStrangersSignatureSaysIsNotRepeated) {
   SystemFacts facts = healthySystem();
-  facts.program.signature.openDoors = {"evil"};
+  facts.program.signature.flags.reset();
+  facts.program.signature.entitlements = {{"com.apple.security.get-task-allow", true}};
   for (const State state : {State::missing, State::unreadable, State::notTrusted}) {
     facts.program.signature.state = state;
     EXPECT_EQ(problemsOf(facts).size(), 1U);
