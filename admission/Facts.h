@@ -25,7 +25,7 @@ class ProcessFacts {
   /// It can be pinned, lives, and is no later one of the same number.
   [[nodiscard]] virtual bool isWhoConnected() = 0;
   [[nodiscard]] virtual bool isTraced() = 0;
-  /// In that of the helper.
+  /// In that of the helper: users and groups of another one may mean somebody else, and who made it rules there.
   [[nodiscard]] virtual bool isInSystemsUserNamespace() = 0;
   /// As whom it acts.
   [[nodiscard]] virtual std::uint32_t user() = 0;
@@ -47,7 +47,9 @@ class ExecutableFacts {
   /// The twelve bits of POSIX.
   [[nodiscard]] virtual std::uint32_t permissions() = 0;
   [[nodiscard]] virtual std::uint64_t links() = 0;
+  /// Otherwise the file may have got its owner and bits where they mean nothing.
   [[nodiscard]] virtual bool isOnMountWithSetGroup() = 0;
+  /// Then the permissions do not show who else may write.
   [[nodiscard]] virtual bool hasAccessControlList() = 0;
 };
 
@@ -76,7 +78,7 @@ class ValidityFacts {
   virtual ~ValidityFacts() = default;
 
   [[nodiscard]] virtual bool meetsRequirement() = 0;
-  /// The file's bytes are. To find out takes long.
+  /// The file's bytes are. To find out takes long: only a program that would get in is worth it.
   [[nodiscard]] virtual bool isWhatWasSigned() = 0;
   /// The same process still runs the same file.
   [[nodiscard]] virtual bool isUnchanged() = 0;

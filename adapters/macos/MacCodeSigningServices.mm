@@ -14,29 +14,6 @@
 namespace wicket::macos_adapter {
 namespace {
 
-/// A reference of the framework's in place of the seam's opaque class.
-template <class Opaque, class Reference>
-class Referenced final : public Opaque {
- public:
-  explicit Referenced(CfReference<Reference> reference) : reference_(std::move(reference)) {}
-  [[nodiscard]] static Reference in(const Opaque& object) {
-    return static_cast<const Referenced&>(object).reference_.get();
-  }
-
- private:
-  CfReference<Reference> reference_;
-};
-
-using MacCode = Referenced<Code, SecCodeRef>;
-using MacStaticCode = Referenced<StaticCode, SecStaticCodeRef>;
-using MacRequirement = Referenced<Requirement, SecRequirementRef>;
-
-/// Null for a null reference.
-template <class Mac, class Reference>
-std::shared_ptr<Mac> sharedOrNull(CfReference<Reference> reference) {
-  return reference.isNull() ? nullptr : std::make_shared<Mac>(std::move(reference));
-}
-
 bool isFloat(NSNumber* number) {
   const std::string_view type = number.objCType;
   return type == "d" || type == "f";
@@ -68,9 +45,45 @@ std::optional<EntitlementsDictionary> entitlements(id value) {
   return found;
 }
 
+class MacCode final : public Code {
+ public:
+  MacCode(CfReference<SecCodeRef> code, CfReference<SecStaticCodeRef> staticCode)
+      : code_(std::move(code)), staticCode_(std::move(staticCode)) {}
+
+  [[nodiscard]] std::expected<SigningInformation, CodeSigningStatus> signingInformation() const override {
+    @autoreleasepool {
+      CFDictionaryRef copied = nullptr;
+      const OSStatus status = SecCodeCopySigningInformation(staticCode_.get(), kSecCSDynamicInformation, &copied);
+      NSDictionary* information = (__bridge_transfer NSDictionary*)copied;
+      if (status != errSecSuccess) return std::unexpected(status);
+      return SigningInformation{
+          .flags = signingFlags(information[(__bridge NSString*)kSecCodeInfoFlags]),
+          .entitlementsDict = entitlements(information[(__bridge NSString*)kSecCodeInfoEntitlementsDict])};
+    }
+  }
+
+  [[nodiscard]] CodeSigningStatus meets(const std::string& requirement) const override {
+    @autoreleasepool {
+      NSString* text = foundationText(requirement);
+      if (text == nil) return code_signing_status::requirementInvalid;
+      CfReference<SecRequirementRef> compiled;
+      const OSStatus status =
+          SecRequirementCreateWithString((__bridge CFStringRef)text, kSecCSDefaultFlags, compiled.receive());
+      if (status != errSecSuccess) return status;
+      // A null requirement would be met by everybody.
+      if (compiled.isNull()) return code_signing_status::requirementInvalid;
+      return SecCodeCheckValidity(code_.get(), kSecCSDefaultFlags, compiled.get());
+    }
+  }
+
+ private:
+  const CfReference<SecCodeRef> code_;
+  const CfReference<SecStaticCodeRef> staticCode_;
+};
+
 }  // namespace
 
-std::expected<std::shared_ptr<Code>, CodeSigningStatus> MacCodeSigningServices::copyGuestWithAttributes(
+std::expected<std::shared_ptr<const Code>, CodeSigningStatus> MacCodeSigningServices::identify(
     const AuditTokenData& token) {
   @autoreleasepool {
     NSData* bytes = [NSData dataWithBytes:token.data() length:token.size()];
@@ -79,45 +92,13 @@ std::expected<std::shared_ptr<Code>, CodeSigningStatus> MacCodeSigningServices::
     const OSStatus status = SecCodeCopyGuestWithAttributes(nullptr, (__bridge CFDictionaryRef)attributes,
                                                            kSecCSDefaultFlags, code.receive());
     if (status != errSecSuccess) return std::unexpected(status);
-    return sharedOrNull<MacCode>(std::move(code));
+    if (code.isNull()) return nullptr;
+    CfReference<SecStaticCodeRef> staticCode;
+    // The reference tells whether there is one; its absence is all that a status could say.
+    (void)SecCodeCopyStaticCode(code.get(), kSecCSDefaultFlags, staticCode.receive());
+    if (staticCode.isNull()) return nullptr;
+    return std::make_shared<const MacCode>(std::move(code), std::move(staticCode));
   }
-}
-
-std::shared_ptr<StaticCode> MacCodeSigningServices::copyStaticCode(Code& code) {
-  CfReference<SecStaticCodeRef> staticCode;
-  // The reference tells whether there is one; its absence is all that a status could say.
-  (void)SecCodeCopyStaticCode(MacCode::in(code), kSecCSDefaultFlags, staticCode.receive());
-  return sharedOrNull<MacStaticCode>(std::move(staticCode));
-}
-
-std::expected<SigningInformation, CodeSigningStatus> MacCodeSigningServices::copySigningInformation(
-    StaticCode& code, std::uint32_t flags) {
-  @autoreleasepool {
-    CFDictionaryRef copied = nullptr;
-    const OSStatus status = SecCodeCopySigningInformation(MacStaticCode::in(code), flags, &copied);
-    NSDictionary* information = (__bridge_transfer NSDictionary*)copied;
-    if (status != errSecSuccess) return std::unexpected(status);
-    return SigningInformation{
-        .flags = signingFlags(information[(__bridge NSString*)kSecCodeInfoFlags]),
-        .entitlementsDict = entitlements(information[(__bridge NSString*)kSecCodeInfoEntitlementsDict])};
-  }
-}
-
-std::expected<std::shared_ptr<Requirement>, CodeSigningStatus> MacCodeSigningServices::createRequirement(
-    const std::string& text) {
-  @autoreleasepool {
-    NSString* requirementText = foundationText(text);
-    if (requirementText == nil) return std::unexpected(code_signing_status::requirementInvalid);
-    CfReference<SecRequirementRef> requirement;
-    const OSStatus status = SecRequirementCreateWithString((__bridge CFStringRef)requirementText, kSecCSDefaultFlags,
-                                                           requirement.receive());
-    if (status != errSecSuccess) return std::unexpected(status);
-    return sharedOrNull<MacRequirement>(std::move(requirement));
-  }
-}
-
-CodeSigningStatus MacCodeSigningServices::checkValidity(Code& code, const Requirement& requirement) {
-  return SecCodeCheckValidity(MacCode::in(code), kSecCSDefaultFlags, MacRequirement::in(requirement));
 }
 
 }  // namespace wicket::macos_adapter

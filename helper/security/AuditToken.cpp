@@ -4,7 +4,7 @@
 
 namespace wicket {
 
-AuditTokenData AuditToken::auditTokenDataFromConnection(const Connection* connection) {
+AuditTokenData AuditToken::auditTokenDataFromNSXPCConnection(const Connection* connection) {
   return connection == nullptr ? AuditTokenData{} : connection->auditToken();
 }
 

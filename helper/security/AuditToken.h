@@ -10,7 +10,7 @@ namespace wicket {
 /// The audit token of a client.
 struct AuditToken {
   /// The token of the process at the other end; 32 zero bytes, which name nobody, without a connection.
-  [[nodiscard]] static AuditTokenData auditTokenDataFromConnection(const Connection* connection);
+  [[nodiscard]] static AuditTokenData auditTokenDataFromNSXPCConnection(const Connection* connection);
 };
 
 }  // namespace wicket

@@ -42,25 +42,20 @@ void endUnlessUnderstood(Refusal refusal, const EntitlementsDictionary& entitlem
 }  // namespace
 
 bool CodesignCheck::isValid(CodeSigningServices& services, const Connection& connection) {
-  std::shared_ptr<Code> code;
-  std::shared_ptr<StaticCode> staticCode;
-  if (!codeReferencesFromAuditToken(services, connection, code, staticCode)) return false;
-  if (!verifyHardenedRuntime(services, *staticCode)) return false;
-  return verifyWithRequirementString(services, *code);
+  std::shared_ptr<const Code> code;
+  if (!codeReferencesFromAuditToken(services, connection, code)) return false;
+  if (!verifyHardenedRuntime(*code)) return false;
+  return verifyWithRequirementString(*code);
 }
 
 bool CodesignCheck::codeReferencesFromAuditToken(CodeSigningServices& services, const Connection& connection,
-                                                 std::shared_ptr<Code>& code, std::shared_ptr<StaticCode>& staticCode) {
-  const AuditTokenData token = AuditToken::auditTokenDataFromConnection(&connection);
-  const auto guest = services.copyGuestWithAttributes(token);
-  if (!guest || *guest == nullptr) return false;
-  code = *guest;
-  staticCode = services.copyStaticCode(*code);
-  return staticCode != nullptr;
+                                                 std::shared_ptr<const Code>& code) {
+  code = services.identify(AuditToken::auditTokenDataFromNSXPCConnection(&connection)).value_or(nullptr);
+  return code != nullptr;
 }
 
-bool CodesignCheck::verifyHardenedRuntime(CodeSigningServices& services, StaticCode& staticCode) {
-  const auto information = services.copySigningInformation(staticCode, dynamicInformation);
+bool CodesignCheck::verifyHardenedRuntime(const Code& code) {
+  const auto information = code.signingInformation();
   if (!information) return false;
   InformationFacts facts(*information);
   const auto refusal = admission::firstRefusal(facts);
@@ -68,12 +63,9 @@ bool CodesignCheck::verifyHardenedRuntime(CodeSigningServices& services, StaticC
   return !refusal;
 }
 
-bool CodesignCheck::verifyWithRequirementString(CodeSigningServices& services, Code& code) {
-  const auto requirement =
-      services.createRequirement(admission::requirementText(Identifier::wicket, SigningCertificate::commonName()));
-  // A null requirement would be met by everybody.
-  if (!requirement || *requirement == nullptr) return false;
-  return services.checkValidity(code, **requirement) == code_signing_status::success;
+bool CodesignCheck::verifyWithRequirementString(const Code& code) {
+  const auto requirement = admission::requirementText(Identifier::wicket, SigningCertificate::commonName());
+  return code.meets(requirement) == code_signing_status::success;
 }
 
 }  // namespace wicket

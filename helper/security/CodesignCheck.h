@@ -18,11 +18,11 @@ class CodesignCheck {
   [[nodiscard]] static bool isValid(CodeSigningServices& services, const Connection& connection);
 
  private:
-  /// Fills both references.
+  /// Fills the reference.
   static bool codeReferencesFromAuditToken(CodeSigningServices& services, const Connection& connection,
-                                           std::shared_ptr<Code>& code, std::shared_ptr<StaticCode>& staticCode);
-  static bool verifyHardenedRuntime(CodeSigningServices& services, StaticCode& staticCode);
-  static bool verifyWithRequirementString(CodeSigningServices& services, Code& code);
+                                           std::shared_ptr<const Code>& code);
+  static bool verifyHardenedRuntime(const Code& code);
+  static bool verifyWithRequirementString(const Code& code);
 };
 
 }  // namespace wicket

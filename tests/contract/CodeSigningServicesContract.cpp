@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "admission/Facts.h"
 #include "tests/contract/InstalledCompanion.h"
 #include "tests/doubles/ScriptedCodeSigningServices.h"
 #include "tests/support/Machine.h"
@@ -44,14 +45,12 @@ struct ScriptedSignatures {
   static doubles::ScriptedCodeSigningServices& of(CodeSigningServices& services) {
     return dynamic_cast<doubles::ScriptedCodeSigningServices&>(services);
   }
-  static void failToFind(CodeSigningServices& services) {
-    of(services).setGuestStatus(code_signing_status::noSuchCode);
-  }
+  static void failToFind(CodeSigningServices& services) { of(services).setCodeStatus(code_signing_status::noSuchCode); }
   static void failToCompile(CodeSigningServices& services) {
     of(services).setRequirementStatus(code_signing_status::requirementInvalid);
   }
   static void failToMeet(CodeSigningServices& services) {
-    of(services).setValidity(code_signing_status::requirementFailed);
+    of(services).setRequirementStatus(code_signing_status::requirementFailed);
   }
 };
 
@@ -75,60 +74,55 @@ TYPED_TEST_SUITE(CodeSigningServicesContract, SignatureWorldTypes, SignatureWorl
 
 TYPED_TEST(CodeSigningServicesContract, ACompanionIsFoundHardenedEntitledToNothingAndValid) {
   this->with([](const SignatureScene& scene) {
-    const auto code = scene.services.copyGuestWithAttributes(scene.companion);
+    const auto code = scene.services.identify(scene.companion);
     ASSERT_TRUE(code);
     ASSERT_NE(*code, nullptr);
-    const auto staticCode = scene.services.copyStaticCode(**code);
-    ASSERT_NE(staticCode, nullptr);
-    const auto information = scene.services.copySigningInformation(*staticCode, dynamicInformation);
+    const auto information = (*code)->signingInformation();
     ASSERT_TRUE(information);
-    EXPECT_EQ(information->flags, codeSignatureRuntime);
+    EXPECT_EQ(information->flags, admission::SignatureFacts::hardenedRuntime);
     EXPECT_EQ(information->entitlementsDict, EntitlementsDictionary{});
-    const auto requirement = scene.services.createRequirement("identifier \"net.orvane.Wicket\"");
-    ASSERT_TRUE(requirement);
-    ASSERT_NE(*requirement, nullptr);
-    EXPECT_EQ(scene.services.checkValidity(**code, **requirement), code_signing_status::success);
+    EXPECT_EQ((*code)->meets("identifier \"net.orvane.Wicket\""), code_signing_status::success);
   });
 }
 
 TYPED_TEST(CodeSigningServicesContract, ATokenOfNobodyIsNoCode) {
   this->with([](const SignatureScene& scene) {
     TypeParam::failToFind(scene.services);
-    const auto code = scene.services.copyGuestWithAttributes(scene.nobody);
+    const auto code = scene.services.identify(scene.nobody);
     ASSERT_FALSE(code);
     EXPECT_EQ(code.error(), code_signing_status::noSuchCode);
   });
 }
 
-TYPED_TEST(CodeSigningServicesContract, ATextThatIsNoRequirementDoesNotCompile) {
+TYPED_TEST(CodeSigningServicesContract, ATextThatIsNoRequirementIsAStatus) {
   this->with([](const SignatureScene& scene) {
     TypeParam::failToCompile(scene.services);
-    const auto requirement = scene.services.createRequirement("identifier and");
-    ASSERT_FALSE(requirement);
-    EXPECT_EQ(requirement.error(), code_signing_status::requirementInvalid);
+    const auto code = scene.services.identify(scene.companion);
+    ASSERT_TRUE(code);
+    EXPECT_EQ((*code)->meets("identifier and"), code_signing_status::requirementInvalid);
   });
 }
 
 TYPED_TEST(CodeSigningServicesContract, ARequirementThatIsNotMetIsAStatus) {
   this->with([](const SignatureScene& scene) {
     TypeParam::failToMeet(scene.services);
-    const auto code = scene.services.copyGuestWithAttributes(scene.companion);
+    const auto code = scene.services.identify(scene.companion);
     ASSERT_TRUE(code);
-    const auto requirement = scene.services.createRequirement("identifier \"another\"");
-    ASSERT_TRUE(requirement);
-    EXPECT_EQ(scene.services.checkValidity(**code, **requirement), code_signing_status::requirementFailed);
+    EXPECT_EQ((*code)->meets("identifier \"another\""), code_signing_status::requirementFailed);
   });
 }
 
-TYPED_TEST(CodeSigningServicesContract, AReferenceOutlivesItsCode) {
+TYPED_TEST(CodeSigningServicesContract, ACodeOutlivesAnotherOfTheSameProcess) {
   this->with([](const SignatureScene& scene) {
-    auto code = scene.services.copyGuestWithAttributes(scene.companion);
+    auto other = scene.services.identify(scene.companion);
+    ASSERT_TRUE(other);
+    const auto code = scene.services.identify(scene.companion);
     ASSERT_TRUE(code);
-    const auto staticCode = scene.services.copyStaticCode(**code);
-    code->reset();
-    const auto information = scene.services.copySigningInformation(*staticCode, dynamicInformation);
+    other->reset();
+    const auto information = (*code)->signingInformation();
     ASSERT_TRUE(information);
-    EXPECT_EQ(information->flags, codeSignatureRuntime);
+    EXPECT_EQ(information->flags, admission::SignatureFacts::hardenedRuntime);
+    EXPECT_EQ((*code)->meets("identifier \"net.orvane.Wicket\""), code_signing_status::success);
   });
 }
 

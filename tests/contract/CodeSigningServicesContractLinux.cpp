@@ -43,7 +43,7 @@ class CodeSigningServicesContractLinux : public testing::Test {
   static void with(const std::function<void(InstalledCompanion&)>& body) { ASSERT_TRUE(withInstalledCompanion(body)); }
   /// What comes out for a program that has the right group but is not what it should be.
   static CodeSigningStatus statusOf(InstalledCompanion& companion, const AuditTokenData& token) {
-    const auto code = companion.services().copyGuestWithAttributes(token);
+    const auto code = companion.services().identify(token);
     return code ? code_signing_status::success : code.error();
   }
 };
@@ -208,14 +208,12 @@ TEST_F(CodeSigningServicesContractLinux, ATokenOfNobodyIsNoCode) {
 TEST_F(CodeSigningServicesContractLinux, AProcessThatHasEndedIsNoCode) {
   with([](InstalledCompanion& companion) {
     const auto client = companion.connect();
-    const auto code = companion.services().copyGuestWithAttributes(client.token);
+    const auto code = companion.services().identify(client.token);
     ASSERT_TRUE(code);
-    const auto requirement = companion.services().createRequirement("always");
-    ASSERT_TRUE(requirement);
-    EXPECT_EQ(companion.services().checkValidity(**code, **requirement), code_signing_status::success);
+    EXPECT_EQ((*code)->meets("always"), code_signing_status::success);
     client.process->end();
     EXPECT_EQ(statusOf(companion, client.token), code_signing_status::noSuchCode);
-    EXPECT_EQ(companion.services().checkValidity(**code, **requirement), code_signing_status::guestInvalid);
+    EXPECT_EQ((*code)->meets("always"), code_signing_status::guestInvalid);
   });
 }
 
@@ -260,7 +258,7 @@ TEST_F(CodeSigningServicesContractLinux, WithoutTheGroupOrWithAnotherNobodyIsCod
     for (const std::optional<gid_t> group : {std::optional<gid_t>(), std::optional<gid_t>(64998)}) {
       linux_adapter::LinuxCodeSigningServices services(linux_adapter::CompanionGroup([group] { return group; }),
                                                        anchor);
-      EXPECT_EQ(services.copyGuestWithAttributes(client.token).error(), code_signing_status::noSuchCode);
+      EXPECT_EQ(services.identify(client.token).error(), code_signing_status::noSuchCode);
     }
   });
 }
@@ -269,17 +267,14 @@ TEST_F(CodeSigningServicesContractLinux, AnUnsignedProgramHasNeitherFlagsNorEnti
   with([](InstalledCompanion& companion) {
     InstalledCompanion::copy(companion.path("unsigned"));
     const auto client = companion.connect(companion.path("unsigned"));
-    auto& services = companion.services();
-    const auto code = services.copyGuestWithAttributes(client.token);
+    const auto code = companion.services().identify(client.token);
     ASSERT_TRUE(code);
-    const auto staticCode = services.copyStaticCode(**code);
-    ASSERT_NE(staticCode, nullptr);
-    const auto information = services.copySigningInformation(*staticCode, dynamicInformation);
+    const auto information = (*code)->signingInformation();
     ASSERT_TRUE(information);
     EXPECT_FALSE(information->flags);
     EXPECT_FALSE(information->entitlementsDict);
-    EXPECT_EQ(services.checkValidity(**code, **services.createRequirement("always")),
-              code_signing_status::unsignedCode);
+    EXPECT_EQ((*code)->meets("always"), code_signing_status::unsignedCode);
+    EXPECT_EQ((*code)->meets("always always"), code_signing_status::requirementInvalid) << "that is looked at first";
     EXPECT_FALSE(companion.letsIn(client.token));
   });
 }
@@ -380,10 +375,11 @@ TEST_F(CodeSigningServicesContractLinux, WhatIsRememberedOfAFileEndsWithItsNextC
 
 TEST_F(CodeSigningServicesContractLinux, ATextThatIsNoRequirementDoesNotCompile) {
   with([](InstalledCompanion& companion) {
+    const auto client = companion.connect();
+    const auto code = companion.services().identify(client.token);
+    ASSERT_TRUE(code);
     for (const char* const text : {"", "anchor apple generic and", "identifier \"a", "always always"}) {
-      const auto requirement = companion.services().createRequirement(text);
-      ASSERT_FALSE(requirement) << text;
-      EXPECT_EQ(requirement.error(), code_signing_status::requirementInvalid) << text;
+      EXPECT_EQ((*code)->meets(text), code_signing_status::requirementInvalid) << text;
     }
   });
 }
@@ -391,12 +387,9 @@ TEST_F(CodeSigningServicesContractLinux, ATextThatIsNoRequirementDoesNotCompile)
 TEST_F(CodeSigningServicesContractLinux, ARequirementThatIsNotMetIsToldApart) {
   with([](InstalledCompanion& companion) {
     const auto client = companion.connect();
-    auto& services = companion.services();
-    const auto code = services.copyGuestWithAttributes(client.token);
+    const auto code = companion.services().identify(client.token);
     ASSERT_TRUE(code);
-    const auto check = [&](const std::string& text) {
-      return services.checkValidity(**code, **services.createRequirement(text));
-    };
+    const auto check = [&](const std::string& text) { return (*code)->meets(text); };
     EXPECT_EQ(check("never"), code_signing_status::requirementFailed);
     EXPECT_EQ(check("identifier \"net.orvane\""), code_signing_status::requirementFailed);
     EXPECT_EQ(check("anchor apple generic and identifier \"net.orvane.Wicket\""), code_signing_status::success);

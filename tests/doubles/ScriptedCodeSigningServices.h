@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "admission/Facts.h"
 #include "helper/platform/CodeSigningServices.h"
 
 namespace wicket::doubles {
@@ -16,19 +17,11 @@ namespace wicket::doubles {
 /// is met.
 class ScriptedCodeSigningServices : public CodeSigningServices {
  public:
-  struct ScriptedRequirement : Requirement {
-    explicit ScriptedRequirement(std::string itsText) : text(std::move(itsText)) {}
-    const std::string text;
-  };
-
-  void setGuestStatus(CodeSigningStatus status) {
-    locked([&] { guestStatus_ = status; });
+  void setCodeStatus(CodeSigningStatus status) {
+    locked([&] { codeStatus_ = status; });
   }
-  void setGuestIsNull(bool value) {
-    locked([&] { guestIsNull_ = value; });
-  }
-  void setStaticCodeIsNull(bool value) {
-    locked([&] { staticCodeIsNull_ = value; });
+  void setCodeIsNull(bool value) {
+    locked([&] { codeIsNull_ = value; });
   }
   void setInformationStatus(CodeSigningStatus status) {
     locked([&] { informationStatus_ = status; });
@@ -36,15 +29,12 @@ class ScriptedCodeSigningServices : public CodeSigningServices {
   void setInformation(SigningInformation information) {
     locked([&] { information_ = std::move(information); });
   }
+  /// What becomes of every requirement, one that does not compile included.
   void setRequirementStatus(CodeSigningStatus status) {
     locked([&] { requirementStatus_ = status; });
   }
-  void setValidity(CodeSigningStatus status) {
-    locked([&] { validity_ = status; });
-  }
 
-  /// What was asked, in order: "guest", "static code", "information FLAGS", "requirement TEXT",
-  /// "validity TEXT".
+  /// What was asked, in order: "identify", "information", "meets TEXT".
   [[nodiscard]] std::vector<std::string> calls() const {
     const std::scoped_lock lock(mutex_);
     return calls_;
@@ -54,42 +44,40 @@ class ScriptedCodeSigningServices : public CodeSigningServices {
     return tokens_;
   }
 
-  std::expected<std::shared_ptr<Code>, CodeSigningStatus> copyGuestWithAttributes(
-      const AuditTokenData& token) override {
+  std::expected<std::shared_ptr<const Code>, CodeSigningStatus> identify(const AuditTokenData& token) override {
     const std::scoped_lock lock(mutex_);
-    calls_.emplace_back("guest");
+    calls_.emplace_back("identify");
     tokens_.push_back(token);
-    if (guestStatus_ != code_signing_status::success) return std::unexpected(guestStatus_);
-    return guestIsNull_ ? nullptr : std::make_shared<ScriptedCode>();
-  }
-  std::shared_ptr<StaticCode> copyStaticCode(Code& /*code*/) override {
-    const std::scoped_lock lock(mutex_);
-    calls_.emplace_back("static code");
-    return staticCodeIsNull_ ? nullptr : std::make_shared<ScriptedStaticCode>();
-  }
-  std::expected<SigningInformation, CodeSigningStatus> copySigningInformation(StaticCode& /*code*/,
-                                                                              std::uint32_t flags) override {
-    const std::scoped_lock lock(mutex_);
-    calls_.emplace_back("information " + std::to_string(flags));
-    if (informationStatus_ != code_signing_status::success) return std::unexpected(informationStatus_);
-    return information_;
-  }
-  std::expected<std::shared_ptr<Requirement>, CodeSigningStatus> createRequirement(const std::string& text) override {
-    const std::scoped_lock lock(mutex_);
-    calls_.emplace_back("requirement " + text);
-    if (requirementStatus_ != code_signing_status::success) return std::unexpected(requirementStatus_);
-    return std::make_shared<ScriptedRequirement>(text);
-  }
-  CodeSigningStatus checkValidity(Code& /*code*/, const Requirement& requirement) override {
-    const std::scoped_lock lock(mutex_);
-    const auto* const scripted = dynamic_cast<const ScriptedRequirement*>(&requirement);
-    calls_.emplace_back("validity " + (scripted == nullptr ? "of a stranger" : scripted->text));
-    return validity_;
+    if (codeStatus_ != code_signing_status::success) return std::unexpected(codeStatus_);
+    return codeIsNull_ ? nullptr : std::make_shared<const ScriptedCode>(*this);
   }
 
  private:
-  struct ScriptedCode : Code {};
-  struct ScriptedStaticCode : StaticCode {};
+  class ScriptedCode final : public Code {
+   public:
+    explicit ScriptedCode(ScriptedCodeSigningServices& services) : services_(services) {}
+    [[nodiscard]] std::expected<SigningInformation, CodeSigningStatus> signingInformation() const override {
+      return services_.answerInformation();
+    }
+    [[nodiscard]] CodeSigningStatus meets(const std::string& requirement) const override {
+      return services_.answerRequirement(requirement);
+    }
+
+   private:
+    ScriptedCodeSigningServices& services_;
+  };
+
+  std::expected<SigningInformation, CodeSigningStatus> answerInformation() {
+    const std::scoped_lock lock(mutex_);
+    calls_.emplace_back("information");
+    if (informationStatus_ != code_signing_status::success) return std::unexpected(informationStatus_);
+    return information_;
+  }
+  CodeSigningStatus answerRequirement(const std::string& text) {
+    const std::scoped_lock lock(mutex_);
+    calls_.emplace_back("meets " + text);
+    return requirementStatus_;
+  }
 
   template <typename Change>
   void locked(Change change) {
@@ -98,13 +86,11 @@ class ScriptedCodeSigningServices : public CodeSigningServices {
   }
 
   mutable std::mutex mutex_;
-  CodeSigningStatus guestStatus_ = code_signing_status::success;
-  bool guestIsNull_ = false;
-  bool staticCodeIsNull_ = false;
+  CodeSigningStatus codeStatus_ = code_signing_status::success;
+  bool codeIsNull_ = false;
   CodeSigningStatus informationStatus_ = code_signing_status::success;
-  SigningInformation information_{codeSignatureRuntime, EntitlementsDictionary{}};
+  SigningInformation information_{admission::SignatureFacts::hardenedRuntime, EntitlementsDictionary{}};
   CodeSigningStatus requirementStatus_ = code_signing_status::success;
-  CodeSigningStatus validity_ = code_signing_status::success;
   std::vector<std::string> calls_;
   std::vector<AuditTokenData> tokens_;
 };

@@ -28,12 +28,10 @@ class HeldFile final : public admission::ExecutableFacts {
   bool isOfCompanionGroup() override { return status_.st_gid == group_; }
   std::uint32_t permissions() override { return status_.st_mode & 07777U; }
   std::uint64_t links() override { return status_.st_nlink; }
-  /// Otherwise the file may have got its owner and bits where they mean nothing.
   bool isOnMountWithSetGroup() override {
     struct statvfs fileSystem{};
     return ::fstatvfs(held_.get(), &fileSystem) == 0 && (fileSystem.f_flag & ST_NOSUID) == 0;
   }
-  /// The mode does not show who else may write.
   bool hasAccessControlList() override {
     const std::string path = link();
     if (::getxattr(path.c_str(), "system.posix_acl_access", nullptr, 0) >= 0) return true;

@@ -10,9 +10,14 @@
 #include "adapters/linux/peer/PeerProcess.h"
 #include "admission/Checks.h"
 #include "base/system/linux/ProcessFiles.h"
+#include "codesign/requirement/RequirementEvaluator.h"
+#include "codesign/requirement/RequirementParser.h"
 
 namespace wicket::linux_adapter {
 namespace {
+
+using admission::Refusal;
+using codesign::SigningFailure;
 
 bool isNamedBy(const AuditTokenWords& words, const Pidfd& pidfd) {
   const auto version = PeerProcess::versionOf(pidfd, static_cast<pid_t>(words.pid));
@@ -60,33 +65,104 @@ class TokenFacts final : public admission::ProcessFacts {
   Pidfd pidfd_{Descriptor()};
 };
 
-CodeSigningStatus statusOf(admission::Refusal refusal) {
-  using admission::Refusal;
+CodeSigningStatus statusOf(Refusal refusal) {
   const bool isNone = refusal == Refusal::anotherGroup || refusal == Refusal::anotherProcess;
   return isNone ? code_signing_status::noSuchCode : code_signing_status::guestInvalid;
 }
 
+SigningInformation informationOf(const codesign::CodeDirectory& directory) {
+  SigningInformation information;
+  information.flags = directory.flags;
+  if (directory.entitlements) information.entitlementsDict = admission::entitlementsFrom(*directory.entitlements);
+  return information;
+}
+
+CodeSigningStatus statusAfter(SigningFailure failure) {
+  switch (failure) {
+    case SigningFailure::notSigned:
+      return code_signing_status::unsignedCode;
+    case SigningFailure::fileAltered:
+    case SigningFailure::fileTooLarge:
+    case SigningFailure::cannotBeRead:
+      return code_signing_status::staticCodeChanged;
+    default:
+      return code_signing_status::signatureFailed;
+  }
+}
+
+/// What a signature says, held against the process that runs the file.
+class SignedFacts final : public admission::ValidityFacts {
+ public:
+  SignedFacts(const LinuxCode& code, SignedFiles& files, const codesign::FileSignature& signature,
+              const codesign::RequirementExpression& requirement)
+      : code_(code), files_(files), signature_(signature), requirement_(requirement) {}
+
+  bool meetsRequirement() override {
+    static const codesign::PropertyDictionary none;
+    const auto& directory = signature_.directory;
+    return codesign::isMet(requirement_, {.identifier = directory.identifier,
+                                          .chain = signature_.chain,
+                                          .information = none,
+                                          .entitlements = directory.entitlements ? *directory.entitlements : none,
+                                          .appleRoots = files_.roots()});
+  }
+  bool isWhatWasSigned() override {
+    compared_ = files_.compareDigest(code_.file(), signature_.directory);
+    return compared_.has_value();
+  }
+  bool isUnchanged() override { return code_.isUnchanged(); }
+
+  [[nodiscard]] CodeSigningStatus statusOf(Refusal refusal) const {
+    if (refusal == Refusal::requirementNotMet) return code_signing_status::requirementFailed;
+    return compared_ ? code_signing_status::guestInvalid : statusAfter(compared_.error());
+  }
+
+ private:
+  const LinuxCode& code_;
+  SignedFiles& files_;
+  const codesign::FileSignature& signature_;
+  const codesign::RequirementExpression& requirement_;
+  std::expected<void, SigningFailure> compared_;
+};
+
 }  // namespace
 
-std::expected<std::shared_ptr<LinuxCode>, CodeSigningStatus> LinuxCode::ofToken(const AuditTokenData& token,
-                                                                                gid_t group) {
+std::expected<std::shared_ptr<const LinuxCode>, CodeSigningStatus> LinuxCode::ofToken(const AuditTokenData& token,
+                                                                                      gid_t group, SignedFiles& files) {
   TokenFacts facts(AuditTokenWords::of(token), group);
   if (const auto refusal = admission::firstRefusal(facts)) return std::unexpected(statusOf(*refusal));
   auto file = ExecutableFile::ofProcess(facts.process(), group);
   if (!file) return std::unexpected(code_signing_status::guestInvalid);
   // Alive after /proc was read: so all of that was about this process.
   if (!facts.isAlive()) return std::unexpected(code_signing_status::noSuchCode);
-  return std::make_shared<LinuxCode>(std::move(facts).pidfd(), facts.pid(), std::move(*file));
+  return std::make_shared<const LinuxCode>(std::move(facts).pidfd(), facts.pid(), std::move(*file), files);
 }
 
-LinuxCode::LinuxCode(Pidfd pidfd, pid_t pid, ExecutableFile file)
-    : pidfd_(std::move(pidfd)), pid_(pid), staticCode_(std::make_shared<LinuxStaticCode>(std::move(file))) {}
+LinuxCode::LinuxCode(Pidfd pidfd, pid_t pid, ExecutableFile file, SignedFiles& files)
+    : pidfd_(std::move(pidfd)), pid_(pid), file_(std::move(file)), files_(files) {}
+
+std::expected<SigningInformation, CodeSigningStatus> LinuxCode::signingInformation() const {
+  const auto signature = files_.signatureOf(file_);
+  if (signature) return informationOf((*signature)->directory);
+  if (signature.error() == SigningFailure::notSigned) return SigningInformation{};
+  return std::unexpected(statusAfter(signature.error()));
+}
+
+CodeSigningStatus LinuxCode::meets(const std::string& requirement) const {
+  const auto expression = codesign::RequirementParser::parse(requirement);
+  if (!expression) return code_signing_status::requirementInvalid;
+  const auto signature = files_.signatureOf(file_);
+  if (!signature) return statusAfter(signature.error());
+  SignedFacts facts(*this, files_, **signature, *expression);
+  const auto refusal = admission::firstRefusal(facts);
+  return refusal ? facts.statusOf(*refusal) : code_signing_status::success;
+}
 
 bool LinuxCode::isUnchanged() const {
   const ProcessFiles process(pid_);
   const auto running = process.target("exe");
-  const bool isSameFile = running && FileIdentity::of(*running) == staticCode_->file().identity();
-  return isSameFile && staticCode_->file().isUnchanged() && !isTracedNow(process) && pidfd_.isAlive();
+  const bool isSameFile = running && FileIdentity::of(*running) == file_.identity();
+  return isSameFile && file_.isUnchanged() && !isTracedNow(process) && pidfd_.isAlive();
 }
 
 }  // namespace wicket::linux_adapter

@@ -9,7 +9,7 @@ namespace wicket::linux_adapter {
 using codesign::FileSignature;
 using codesign::SigningFailure;
 
-SignedFiles::SignedFiles(codesign::Certificate anchor) : anchor_(std::move(anchor)) {}
+SignedFiles::SignedFiles(codesign::Certificate anchor) : anchor_(std::move(anchor)), roots_{anchor_.sha256()} {}
 
 std::expected<std::shared_ptr<const FileSignature>, SigningFailure> SignedFiles::signatureOf(
     const ExecutableFile& file) {

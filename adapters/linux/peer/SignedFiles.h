@@ -4,6 +4,7 @@
 
 #include <expected>
 #include <memory>
+#include <set>
 
 #include "adapters/linux/peer/ExecutableFile.h"
 #include "adapters/linux/peer/FileCache.h"
@@ -27,13 +28,15 @@ class SignedFiles {
   /// Whether the file's bytes are those that were signed.
   [[nodiscard]] std::expected<void, codesign::SigningFailure> compareDigest(const ExecutableFile& file,
                                                                             const codesign::CodeDirectory& directory);
-  [[nodiscard]] const codesign::Certificate& anchor() const { return anchor_; }
+  /// What "anchor apple generic" asks for: here it is the trusted anchor.
+  [[nodiscard]] const std::set<codesign::Sha256Digest>& roots() const { return roots_; }
 
  private:
   using SignatureCache = FileCache<std::shared_ptr<const codesign::FileSignature>>;
   using DigestCache = FileCache<codesign::FileDigest::Value>;
 
   const codesign::Certificate anchor_;
+  const std::set<codesign::Sha256Digest> roots_;
   SignatureCache signatures_;
   DigestCache digests_;
 };

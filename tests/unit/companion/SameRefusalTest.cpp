@@ -28,13 +28,13 @@ std::optional<Refusal> refusalOfHelper(ScriptedFacts& facts) {
   const auto ofSignature = admission::firstRefusal(static_cast<admission::SignatureFacts&>(facts));
   const auto ofValidity = admission::firstRefusal(static_cast<admission::ValidityFacts&>(facts));
   doubles::ScriptedCodeSigningServices services;
-  if (ofProcess || ofFile) services.setGuestStatus(code_signing_status::guestInvalid);
+  if (ofProcess || ofFile) services.setCodeStatus(code_signing_status::guestInvalid);
   services.setInformation({facts.flags(), facts.entitlements()});
-  if (ofValidity) services.setValidity(code_signing_status::guestInvalid);
+  if (ofValidity) services.setRequirementStatus(code_signing_status::guestInvalid);
   const doubles::RecordingConnection connection;
   if (CodesignCheck::isValid(services, connection)) return std::nullopt;
   const std::string last = services.calls().back();
-  if (last == "guest") return ofProcess ? ofProcess : ofFile;
+  if (last == "identify") return ofProcess ? ofProcess : ofFile;
   return last.starts_with("information") ? ofSignature : ofValidity;
 }
 

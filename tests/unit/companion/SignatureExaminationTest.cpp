@@ -189,7 +189,7 @@ TEST(CompanionRequirementTest, IsWhatTheHelperDemands) {
   doubles::ScriptedCodeSigningServices services;
   const doubles::RecordingConnection connection;
   ASSERT_TRUE(CodesignCheck::isValid(services, connection));
-  EXPECT_THAT(services.calls(), testing::Contains("requirement " + CompanionRequirement::text()));
+  EXPECT_THAT(services.calls(), testing::Contains("meets " + CompanionRequirement::text()));
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ typedef struct WICKET_CF_BRIDGED(id) __SecCode* SecCodeRef;
 typedef const struct WICKET_CF_BRIDGED(id) __SecCode* SecStaticCodeRef;
 typedef struct WICKET_CF_BRIDGED(id) __SecRequirement* SecRequirementRef;
 typedef uint32_t SecCSFlags;
-enum : SecCSFlags { kSecCSDefaultFlags = 0 };
+enum : SecCSFlags { kSecCSDefaultFlags = 0, kSecCSDynamicInformation = 1 << 3 };
 
 extern const CFStringRef kSecGuestAttributeAudit;
 extern const CFStringRef kSecCodeInfoFlags;

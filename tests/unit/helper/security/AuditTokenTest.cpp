@@ -9,7 +9,7 @@ namespace wicket {
 namespace {
 
 TEST(AuditTokenTest, WithoutAConnectionItIs32ZeroBytes) {
-  const AuditTokenData token = AuditToken::auditTokenDataFromConnection(nullptr);
+  const AuditTokenData token = AuditToken::auditTokenDataFromNSXPCConnection(nullptr);
   EXPECT_EQ(token.size(), 32U);
   EXPECT_EQ(token, AuditTokenData{});
 }
@@ -19,7 +19,7 @@ TEST(AuditTokenTest, TheConnectionsTokenIsHandedOnByteForByte) {
   for (std::size_t i = 0; i < token.size(); ++i) token[i] = static_cast<std::byte>(0xE0 + i);
   doubles::RecordingConnection connection;
   connection.setAuditToken(token);
-  EXPECT_EQ(AuditToken::auditTokenDataFromConnection(&connection), token);
+  EXPECT_EQ(AuditToken::auditTokenDataFromNSXPCConnection(&connection), token);
 }
 
 }  // namespace

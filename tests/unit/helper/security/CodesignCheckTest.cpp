@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "admission/Facts.h"
 #include "helper/security/CodesignCheck.h"
 #include "helper/security/SigningCertificate.h"
 #include "tests/doubles/RecordingConnection.h"
@@ -24,7 +25,7 @@ class CodesignCheckTest : public testing::Test {
  protected:
   bool isValid() { return CodesignCheck::isValid(services_, connection_); }
   void entitle(const EntitlementsDictionary& entitlements) {
-    services_.setInformation({codeSignatureRuntime, entitlements});
+    services_.setInformation({admission::SignatureFacts::hardenedRuntime, entitlements});
   }
   /// The question that was asked last; what would have come after it was left out.
   std::string lastCall() const {
@@ -42,8 +43,7 @@ class CodesignCheckTest : public testing::Test {
 
 TEST_F(CodesignCheckTest, TheGenuineCompanionIsLetInAfterAllQuestionsInTheirOrder) {
   EXPECT_TRUE(isValid());
-  EXPECT_THAT(services_.calls(), ElementsAre("guest", "static code", "information 8", "requirement " + requirement(),
-                                             "validity " + requirement()));
+  EXPECT_THAT(services_.calls(), ElementsAre("identify", "information", "meets " + requirement()));
 }
 
 TEST_F(CodesignCheckTest, TheProcessIsFoundByTheConnectionsAuditToken) {
@@ -59,39 +59,33 @@ TEST_F(CodesignCheckTest, ARequirementNamesTheMakersCertificateAsTheBuildWasTold
 }
 
 TEST_F(CodesignCheckTest, AProcessThatIsNotFoundIsRefusedBeforeAnythingElseIsAsked) {
-  services_.setGuestStatus(code_signing_status::noSuchCode);
+  services_.setCodeStatus(code_signing_status::noSuchCode);
   EXPECT_FALSE(isValid());
-  EXPECT_THAT(services_.calls(), ElementsAre("guest"));
+  EXPECT_THAT(services_.calls(), ElementsAre("identify"));
 }
 
 TEST_F(CodesignCheckTest, ASuccessfulSearchThatFoundNothingIsARefusal) {
-  services_.setGuestIsNull(true);
+  services_.setCodeIsNull(true);
   EXPECT_FALSE(isValid());
-  EXPECT_THAT(services_.calls(), ElementsAre("guest"));
-}
-
-TEST_F(CodesignCheckTest, AProcessWithoutAFileIsRefused) {
-  services_.setStaticCodeIsNull(true);
-  EXPECT_FALSE(isValid());
-  EXPECT_EQ(lastCall(), "static code");
+  EXPECT_THAT(services_.calls(), ElementsAre("identify"));
 }
 
 TEST_F(CodesignCheckTest, AFileWhoseSignatureCannotBeReadIsRefused) {
   services_.setInformationStatus(code_signing_status::signatureFailed);
   EXPECT_FALSE(isValid());
-  EXPECT_EQ(lastCall(), "information 8");
+  EXPECT_EQ(lastCall(), "information");
 }
 
 TEST_F(CodesignCheckTest, ASignatureWithoutFlagsIsRefused) {
   services_.setInformation({std::nullopt, EntitlementsDictionary{}});
   EXPECT_FALSE(isValid());
-  EXPECT_EQ(lastCall(), "information 8");
+  EXPECT_EQ(lastCall(), "information");
 }
 
 TEST_F(CodesignCheckTest, AClientThatIsNotHardenedIsRefusedBeforeItsRequirementIsEvaluated) {
   services_.setInformation({0xFFFEFFFFU, EntitlementsDictionary{}});
   EXPECT_FALSE(isValid());
-  EXPECT_EQ(lastCall(), "information 8");
+  EXPECT_EQ(lastCall(), "information");
 }
 
 TEST_F(CodesignCheckTest, TheHardenedRuntimesBitIsLookedAtAmongOthers) {
@@ -100,9 +94,9 @@ TEST_F(CodesignCheckTest, TheHardenedRuntimesBitIsLookedAtAmongOthers) {
 }
 
 TEST_F(CodesignCheckTest, AClientWithoutEntitlementsIsRefused) {
-  services_.setInformation({codeSignatureRuntime, std::nullopt});
+  services_.setInformation({admission::SignatureFacts::hardenedRuntime, std::nullopt});
   EXPECT_FALSE(isValid());
-  EXPECT_EQ(lastCall(), "information 8");
+  EXPECT_EQ(lastCall(), "information");
 }
 
 TEST_F(CodesignCheckTest, OtherEntitlementsAreNotLookedAt) {
@@ -113,22 +107,22 @@ TEST_F(CodesignCheckTest, OtherEntitlementsAreNotLookedAt) {
 TEST_F(CodesignCheckTest, ARequirementThatDoesNotCompileIsARefusal) {
   services_.setRequirementStatus(code_signing_status::requirementInvalid);
   EXPECT_FALSE(isValid());
-  EXPECT_EQ(lastCall(), "requirement " + requirement());
+  EXPECT_EQ(lastCall(), "meets " + requirement());
 }
 
 TEST_F(CodesignCheckTest, AClientThatIsNotValidOrDoesNotMeetTheRequirementIsRefused) {
   for (const CodeSigningStatus status : {code_signing_status::requirementFailed, code_signing_status::staticCodeChanged,
                                          code_signing_status::guestInvalid, CodeSigningStatus{1}}) {
-    services_.setValidity(status);
+    services_.setRequirementStatus(status);
     EXPECT_FALSE(isValid()) << status;
   }
 }
 
 TEST_F(CodesignCheckTest, AnEarlierClientsAnswerIsNotKept) {
   EXPECT_TRUE(isValid());
-  services_.setValidity(code_signing_status::requirementFailed);
+  services_.setRequirementStatus(code_signing_status::requirementFailed);
   EXPECT_FALSE(isValid());
-  services_.setValidity(code_signing_status::success);
+  services_.setRequirementStatus(code_signing_status::success);
   EXPECT_TRUE(isValid());
 }
 
@@ -141,7 +135,7 @@ TEST_P(ProblematicEntitlementTest, ThatIsTrueOrOneRefusesTheClientBeforeItsRequi
        {EntitlementValue(true), EntitlementValue(std::int64_t{1}), EntitlementValue(1.0)}) {
     entitle({{GetParam(), value}});
     EXPECT_FALSE(isValid()) << value.index();
-    EXPECT_EQ(lastCall(), "information 8");
+    EXPECT_EQ(lastCall(), "information");
   }
 }
 

@@ -84,7 +84,7 @@ TEST_F(PrivilegedHelperTest, AnAcceptedClientIsConfiguredInOrderAndThenResumed) 
 }
 
 TEST_F(PrivilegedHelperTest, AClientThatIsNotTheCompanionIsRefusedUntouchedUnregisteredAndUnlogged) {
-  platform_.codeSigningServices().setValidity(code_signing_status::requirementFailed);
+  platform_.codeSigningServices().setRequirementStatus(code_signing_status::requirementFailed);
   const auto connection = std::make_shared<RecordingConnection>();
   EXPECT_EQ(platform_.listener().offer(connection), false);
   EXPECT_THAT(*connection->log(), IsEmpty());

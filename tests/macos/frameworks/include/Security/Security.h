@@ -6,7 +6,6 @@
 
 // What no adapter uses, or uses by a name of the core's: for the doubles, and for what tests expect.
 
-enum : SecCSFlags { kSecCSDynamicInformation = 1 << 3 };
 enum : uint32_t { kSecCodeSignatureRuntime = 0x10000 };
 
 extern "C" {
