@@ -72,7 +72,7 @@ int FirstCheck::run(const std::string& tokenText, const std::string& anchorFile)
   const auto before = std::chrono::steady_clock::now();
   auto anchor = codesign::Certificate::fromPem(anchorText);
   if (!anchor) return EXIT_FAILURE;
-  linux_adapter::LinuxCodeSigningServices services(contract::InstalledCompanion::group, *std::move(anchor));
+  linux_adapter::LinuxCodeSigningServices services(contract::InstalledCompanion::knownGroup(), *std::move(anchor));
   if (!CodesignCheck::isValid(services, connection)) return EXIT_FAILURE;
   const Microseconds duration = std::chrono::steady_clock::now() - before;
   std::printf("%.3f\n", duration.count());

@@ -35,6 +35,9 @@ class InstalledCompanion {
   /// A group that no account here has.
   static constexpr gid_t group = 64999;
   static constexpr char user[] = "65534";
+  [[nodiscard]] static linux_adapter::CompanionGroup knownGroup() {
+    return linux_adapter::CompanionGroup([] { return std::optional(group); });
+  }
   using Steps = std::vector<std::string>;
 
   explicit InstalledCompanion(std::string folder) : folder_(std::move(folder)), listening_(listen()) {
@@ -146,8 +149,7 @@ class InstalledCompanion {
   const std::string folder_;
   const Descriptor listening_;
   const support::TestChain chain_ = chainNamed(std::string(SigningCertificate::commonName()));
-  linux_adapter::LinuxCodeSigningServices services_{linux_adapter::CompanionGroup([] { return std::optional(group); }),
-                                                    codesign::Certificate::retaining(chain_.root.x509())};
+  linux_adapter::LinuxCodeSigningServices services_{knownGroup(), codesign::Certificate::retaining(chain_.root.x509())};
 };
 
 /// Runs @p body with an installed companion that nobody else sees. False where the system does not allow

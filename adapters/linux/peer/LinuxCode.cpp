@@ -56,7 +56,7 @@ class TokenFacts final : public admission::ProcessFacts {
   [[nodiscard]] const ProcessFiles& process() const { return process_; }
   [[nodiscard]] pid_t pid() const { return static_cast<pid_t>(words_.pid); }
   [[nodiscard]] bool isAlive() const { return pidfd_.isAlive(); }
-  [[nodiscard]] Pidfd pidfd() && { return std::move(pidfd_); }
+  [[nodiscard]] Pidfd takePidfd() { return std::move(pidfd_); }
 
  private:
   const AuditTokenWords words_;
@@ -135,7 +135,7 @@ std::expected<std::shared_ptr<const LinuxCode>, CodeSigningStatus> LinuxCode::of
   if (!file) return std::unexpected(code_signing_status::guestInvalid);
   // Alive after /proc was read: so all of that was about this process.
   if (!facts.isAlive()) return std::unexpected(code_signing_status::noSuchCode);
-  return std::make_shared<const LinuxCode>(std::move(facts).pidfd(), facts.pid(), std::move(*file), files);
+  return std::make_shared<const LinuxCode>(facts.takePidfd(), facts.pid(), std::move(*file), files);
 }
 
 LinuxCode::LinuxCode(Pidfd pidfd, pid_t pid, ExecutableFile file, SignedFiles& files)
