@@ -225,19 +225,20 @@ TEST_F(ClientSessionTest, AChannelThatHasClosedIsNotRungAnyMore) {
   EXPECT_FALSE(wasRung());
 }
 
-TEST_F(ClientSessionTest, ACallKeepsTheConnectionUntilItHasReturned) {
-  const std::weak_ptr<Connection> watched = connection_;
+TEST_F(ClientSessionTest, ACallAndTheHandlerKeepTheConnectionUntilTheyHaveReturned) {
   auto other = std::make_shared<BusConnection>(bell_, session().peer(), shares_);
-  const std::weak_ptr<Connection> watchedOther = other;
+  const std::weak_ptr<Connection> watched = other;
   closeGate();
   other->setExportedObject(object_.unowned());
+  other->setInvalidationHandler([this] { object_.record("other ended"); });
   other->deliver({helper_protocol::uninstallScriptWithFilename, {"a"}}, nullptr);
   ASSERT_EQ(object_.awaitEvents(1).size(), 1U);
+  other->clientEnded();
   other.reset();
-  EXPECT_FALSE(watchedOther.expired());
-  openGate();
-  EXPECT_TRUE(comesTrue([&] { return watchedOther.expired(); }));
   EXPECT_FALSE(watched.expired());
+  openGate();
+  EXPECT_TRUE(comesTrue([&] { return watched.expired(); }));
+  EXPECT_THAT(object_.events(), ElementsAre(removalOf("a"), "other ended"));
 }
 
 TEST_F(ClientSessionTest, TheProxyQueuesALineThatCanTravel) {
