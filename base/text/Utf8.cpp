@@ -56,7 +56,7 @@ constexpr bool holdsScalar(const Lead& lead, char32_t least, char32_t most) {
 }
 
 /// Whether @p bytes, of which only the first is no continuation, begin a character and are not all of it.
-bool isUnfinished(std::string_view bytes) {
+bool isUnfinishedCharacter(std::string_view bytes) {
   const Lead lead = leadOf(static_cast<unsigned char>(bytes.front()));
   if (lead.length <= bytes.size()) return false;
   char32_t value = lead.bits;
@@ -101,7 +101,7 @@ std::size_t Utf8::unfinishedLength(std::string_view text) {
   const std::size_t longest = std::min(text.size(), longestCharacter - 1);
   for (std::size_t length = 1; length <= longest; ++length) {
     const std::string_view tail = text.substr(text.size() - length);
-    if (!isContinuation(tail.front())) return isUnfinished(tail) ? length : 0;
+    if (!isContinuation(tail.front())) return isUnfinishedCharacter(tail) ? length : 0;
   }
   return 0;
 }
