@@ -10,6 +10,7 @@
 #include <sys/un.h>
 
 #include "base/system/Descriptor.h"
+#include "base/system/Uninterrupted.h"
 #include "companion/connection/HelperBus.h"
 #include "companion/hardening/GroupPrivilege.h"
 #include "protocol/HelperProtocol.h"
@@ -40,10 +41,10 @@ int connectTo(const sockaddr_un& address, const Descriptor& socket, GroupPrivile
   std::optional<GroupPrivilege::InEffect> inEffect;
   if (privilege != nullptr) inEffect.emplace(*privilege);
   // connect() interrupted by a signal has not happened on a Unix socket, so it can be repeated.
-  while (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    if (errno != EINTR) return errno;
-  }
-  return 0;
+  const auto connect = [&] {
+    return ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  };
+  return system::uninterrupted(connect) == 0 ? 0 : errno;
 }
 
 /// As socket(7) says, connect() then ends with EAGAIN when the other side's queue has stayed full for so long.

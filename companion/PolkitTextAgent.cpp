@@ -11,11 +11,13 @@
 #include <spawn.h>
 #include <sys/wait.h>
 #include <systemd/sd-login.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include "base/system/Descriptor.h"
+#include "base/system/Uninterrupted.h"
 #include "companion/AuthorizationRequest.h"
 
 namespace wicket::companion {
@@ -27,11 +29,7 @@ constexpr int readinessLimitMilliseconds = 10'000;
 /// The agent closes its end when polkit knows it.
 bool waitForClosing(const Descriptor& readEnd) {
   pollfd watched{readEnd.get(), POLLIN, 0};
-  int result = 0;
-  do {
-    result = ::poll(&watched, 1, readinessLimitMilliseconds);
-  } while (result < 0 && errno == EINTR);
-  return result > 0;
+  return system::uninterrupted([&] { return ::poll(&watched, 1, readinessLimitMilliseconds); }) > 0;
 }
 
 bool hasEnded(pid_t process) {
@@ -44,8 +42,7 @@ bool hasEnded(pid_t process) {
 void endProcess(pid_t process) {
   ::kill(process, SIGTERM);
   ::kill(process, SIGCONT);
-  while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  std::ignore = system::uninterrupted([process] { return ::waitpid(process, nullptr, 0); });
 }
 
 /// Whether polkit places this process in a login session, found the way polkit finds it. Only there can another

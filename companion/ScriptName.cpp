@@ -2,7 +2,7 @@
 // SPDX-FileCopyrightText: 2026 the Wicket helper authors
 #include "companion/ScriptName.h"
 
-#include "base/text/CharacterSet.h"
+#include "base/text/ControlCharacter.h"
 #include "base/text/DisplayText.h"
 #include "base/text/Utf8.h"
 #include "companion/CleanUp.h"
@@ -17,8 +17,7 @@ constexpr char giveAnotherName[] = "Choose another name with --name";
 
 std::optional<char32_t> firstControlCharacter(std::string_view text) {
   while (const auto scalar = Utf8::take(text)) {
-    if (*scalar < 0x20 || (*scalar >= 0x7F && *scalar < 0xA0) || CharacterSet::newlines().contains(*scalar))
-      return scalar;
+    if (isControlCharacter(*scalar)) return scalar;
   }
   return std::nullopt;
 }

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "admission/ProgramGroup.h"
+#include "base/system/linux/Shortage.h"
 #include "base/text/DisplayText.h"
 #include "companion/doctor/OwnRefusals.h"
 #include "companion/doctor/Shortage.h"
@@ -63,7 +64,7 @@ class Report {
 
   /// Whether @p error is a shortage. Then that is the finding, and nothing is known about the @p subject.
   bool addShortage(const std::string& check, const std::string& subject, int error) {
-    if (!Shortage::isOne(error)) return false;
+    if (!linux_adapter::isShortage(error)) return false;
     problem(check, subject + " could not be looked at: " + std::strerror(error), Shortage::nextStep(error));
     return true;
   }

@@ -4,12 +4,13 @@
 
 #include <cstring>
 
+#include "base/system/linux/Shortage.h"
 #include "companion/doctor/Shortage.h"
 
 namespace wicket::companion::doctor {
 
 Finding diagnose(HelperAnswer answer, int error) {
-  if (Shortage::isOne(error)) {
+  if (linux_adapter::isShortage(error)) {
     return {"answer", false, std::string("The helper could not be asked: ") + std::strerror(error),
             Shortage::nextStep(error)};
   }

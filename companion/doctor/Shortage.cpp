@@ -8,10 +8,9 @@
 #include <span>
 
 #include "base/system/Descriptor.h"
+#include "base/system/linux/Shortage.h"
 
 namespace wicket::companion::doctor {
-
-bool Shortage::isOne(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
 
 std::string Shortage::nextStep(int error) {
   switch (error) {
@@ -26,11 +25,11 @@ std::string Shortage::nextStep(int error) {
 }
 
 int Shortage::behind(int error, int descriptors) {
-  if (isOne(error)) return error;
+  if (linux_adapter::isShortage(error)) return error;
   std::array<Descriptor, mostDescriptors> spares;
   for (Descriptor& spare : std::span(spares).first(static_cast<std::size_t>(descriptors))) {
     spare.reset(::open("/", O_PATH | O_CLOEXEC));
-    if (!spare.isOpen()) return isOne(errno) ? errno : 0;
+    if (!spare.isOpen()) return linux_adapter::isShortage(errno) ? errno : 0;
   }
   return 0;
 }

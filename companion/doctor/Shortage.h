@@ -7,10 +7,9 @@
 namespace wicket::companion::doctor {
 
 /// Why a look failed that says nothing about what it was for: this process, or the system, has no descriptors or no
-/// memory left. Told by error numbers.
+/// memory left. Told by error numbers, see linux_adapter::isShortage().
 class Shortage {
  public:
-  [[nodiscard]] static bool isOne(int error);
   /// What the user can do about it, as a sentence without its full stop.
   [[nodiscard]] static std::string nextStep(int error);
   /// As many descriptors as any look needs at once.

@@ -15,12 +15,13 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 #include <utility>
 
 #include "base/system/Descriptor.h"
+#include "base/system/linux/Pidfd.h"
+#include "base/system/linux/Shortage.h"
 #include "codesign/plist/PropertyListLibrary.h"
 #include "companion/doctor/CompanionRequirement.h"
 #include "companion/doctor/PolkitPresence.h"
@@ -59,7 +60,7 @@ std::expected<std::vector<std::string>, int> holdersOf(const std::string& name) 
   }
   const int error = errno;
   ::endpwent();
-  if (Shortage::isOne(error)) return std::unexpected(error);
+  if (linux_adapter::isShortage(error)) return std::unexpected(error);
   return holders;
 }
 
@@ -162,10 +163,7 @@ bool kernelNamesPeerProcess() {
   return Descriptor(pidfd).isOpen();
 }
 
-bool kernelOpensProcesses() {
-  // The header of this call lacks C linkage in glibc 2.36.
-  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0U))).isOpen();
-}
+bool kernelOpensProcesses() { return linux_adapter::Pidfd::open(::getpid()).isOpen(); }
 
 SystemFacts::Kernel gatherKernel() {
   SystemFacts::Kernel kernel{0, kernelOpensProcesses(), kernelNamesPeerProcess()};

@@ -135,10 +135,10 @@ TEST_F(AuthorizationTest, AThousandInstallationsThatAreDeniedLeaveTheHelperAsItW
   startPolkit("no");
   const auto token = userToken();
   const auto refuse = [&](int count) {
-    for (int i = 0; i < count; ++i) {
-      // A connection lives no longer than 45 seconds, however slow the machine is.
+    for (int done = 0; done < count; done += 5) {
+      // A connection lives no longer than 45 seconds, however slow the machine is, and its seat stays so long.
       const auto client = connect();
-      ASSERT_EQ(client->awaitCode(client->startInstall(scriptPaths, token)), 156);
+      for (int i = 0; i < 5; ++i) ASSERT_EQ(client->awaitCode(client->startInstall(scriptPaths, token)), 156);
     }
   };
   refuse(50);

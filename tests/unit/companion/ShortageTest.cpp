@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "base/system/linux/Shortage.h"
 #include "companion/doctor/Shortage.h"
 
 namespace wicket::companion::doctor {
@@ -21,14 +22,14 @@ void leaveDescriptors(int count) {
 
 TEST(ShortageTest, AnErrorThatIsOneIsTold) {
   for (const int error : {EMFILE, ENFILE, ENOMEM}) {
-    EXPECT_TRUE(Shortage::isOne(error)) << error;
+    EXPECT_TRUE(linux_adapter::isShortage(error)) << error;
     EXPECT_EQ(Shortage::behind(error), error);
   }
 }
 
 TEST(ShortageTest, WhereThereIsNoneNoOtherErrorIsOne) {
   for (const int error : {0, ENOENT, EACCES, ECONNREFUSED}) {
-    EXPECT_FALSE(Shortage::isOne(error)) << error;
+    EXPECT_FALSE(linux_adapter::isShortage(error)) << error;
     EXPECT_EQ(Shortage::behind(error), 0) << error;
   }
 }
