@@ -3,7 +3,7 @@
 """One user takes as much of the helper as there is, and another notices nothing."""
 
 import pytest
-from helper import FOLDER, HOLD, PASSWORDS, SERVICE, VERSION, allow_installations, kill_helper
+from helper import FOLDER, HOLD, PASSWORDS, SERVICE, VERSION, allow_installations, kill_helper, started_helper
 from terminal import Terminal
 
 WAIT = f"#!/bin/bash\necho begun\nwhile [[ -e {HOLD} ]]; do sleep 0.2; done\n"
@@ -106,6 +106,10 @@ def asked_without_terminal(machine):
     return machine.run(*command, check=False).returncode
 
 
+def descriptors_of_helper(machine):
+    return len(list(machine.inside(f"/proc/{started_helper(machine)}/fd").iterdir()))
+
+
 def test_who_has_too_many_questions_open_is_told_so_and_another_is_asked(machine, bob, windows):
     for number, window in enumerate(windows[:8]):
         window.start(f"wicket install wait.sh --name unanswered{number}.sh")
@@ -124,6 +128,16 @@ def test_who_has_too_many_questions_open_is_told_so_and_another_is_asked(machine
         window.close()
     machine.eventually(lambda: asked_without_terminal(machine) != 125, "the questions ended with the windows")
     assert "unanswered" not in machine.output("ls", FOLDER)
+
+
+def test_refused_installations_leave_nothing_in_the_helper(machine):
+    assert asked_without_terminal(machine) == 1
+    helper = started_helper(machine)
+    before = descriptors_of_helper(machine)
+    for _ in range(100):
+        assert asked_without_terminal(machine) == 1
+    machine.eventually(lambda: descriptors_of_helper(machine) <= before + 2, "the helper closed what it had opened")
+    assert started_helper(machine) == helper
 
 
 def test_who_keeps_connecting_takes_no_line_of_another_users_scripts(alice, bob, hold):
