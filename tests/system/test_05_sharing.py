@@ -26,7 +26,7 @@ for round in {1..40}; do
   ! grep --quiet "which is as many as a user may have" "$said" || break
 done
 kill -STOP $(jobs -pr)  # those that were told have ended
-for i in {1..200}; do
+for i in {1..260}; do
   setsid wicket run wait.sh &
   sleep "0.00$((i % 10))"
   kill -STOP $!
